@@ -1,0 +1,53 @@
+// Internal fixed-point and range helpers shared by every subsystem.
+//
+// Q14: 16384 = 1.0; a Q14 product is rounded by adding 8192 before an
+// arithmetic shift right by 14. NUC values are 14-bit responses held in
+// 16 bits. These helpers keep the exact widths the arithmetic depends on,
+// so no function re-types a rounding, clamp or 16-bit truncation.
+#pragma once
+
+#include <cstdint>
+
+namespace radimo::fx {
+
+inline constexpr int32_t kQ14One = 16384;
+inline constexpr int32_t kQ14Half = 8192;
+inline constexpr int kQ14Shift = 14;
+inline constexpr double kQ14Scale = 6.103515625e-05;  // 2^-14, exact
+
+inline constexpr uint16_t kNucMax = 16383;  // largest 14-bit NUC value
+
+// (v + 8192) >> 14 in 32-bit signed arithmetic (arithmetic shift).
+constexpr int32_t q14_round(int32_t v) {
+    return (v + kQ14Half) >> kQ14Shift;
+}
+
+// (v + 8192) >> 14 in 64-bit signed arithmetic (arithmetic shift).
+constexpr int64_t q14_round64(int64_t v) {
+    return (v + kQ14Half) >> kQ14Shift;
+}
+
+// Clamp into [lo, hi].
+constexpr int32_t clamp(int32_t v, int32_t lo, int32_t hi) {
+    return v < lo ? lo : (v > hi ? hi : v);
+}
+
+// Low 16 bits, as the unsigned and the signed 16-bit holder would keep them.
+constexpr uint16_t low16(int64_t v) {
+    return static_cast<uint16_t>(v);
+}
+constexpr int16_t low16s(int64_t v) {
+    return static_cast<int16_t>(static_cast<uint16_t>(v));
+}
+
+// Caps an unsigned value at the largest NUC value.
+constexpr uint16_t cap_nuc(uint32_t v) {
+    return v > kNucMax ? kNucMax : static_cast<uint16_t>(v);
+}
+
+// Clamps a signed value into the NUC range 0..16383.
+constexpr uint16_t clamp_nuc(int32_t v) {
+    return static_cast<uint16_t>(clamp(v, 0, kNucMax));
+}
+
+}  // namespace radimo::fx

@@ -1,0 +1,54 @@
+/* Proves the C ABI: a C99 program that loads the library, selects a log level,
+ * installs its own printer and measures a point and a rectangle. */
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "libradimo.h"
+
+static int messages_seen = 0;
+
+static void count_messages(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    va_end(args);
+    if (strncmp(format, "libradimo error [", 17) == 0) ++messages_seen;
+}
+
+#define CHECK(cond)                                                                  \
+    do {                                                                             \
+        if (!(cond)) {                                                               \
+            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
+            return 1;                                                                \
+        }                                                                            \
+    } while (0)
+
+int main(void) {
+    enum { W = 8, H = 6 };
+    uint16_t frame[W * H];
+    uint32_t resolution = (uint32_t)W | ((uint32_t)H << 16);
+    temp_result_t result;
+    point_t origin = {2, 1};
+    point_t outside = {W, 0};
+    rect_size_t size = {3, 2};
+    uint16_t value = 0;
+    int i;
+
+    for (i = 0; i < W * H; ++i) frame[i] = (uint16_t)(4000 + i);
+
+    CHECK(strcmp(radimo_version(), "libradimo V2.4.3") == 0);
+    radimo_log_register(1);
+    radimo_error_print = count_messages;
+
+    CHECK(get_point_temp(frame, resolution, origin, &value) == RADIMO_SUCCESS);
+    CHECK(value == 4000 + 1 * W + 2);
+    CHECK(get_rect_temp(frame, resolution, origin, size, &result) == RADIMO_SUCCESS);
+    CHECK(result.max_temp >= result.avg_temp && result.avg_temp >= result.min_temp);
+
+    CHECK(get_point_temp(frame, resolution, outside, &value) == RADIMO_ERR_PARAM);
+    CHECK(messages_seen == 1);
+
+    radimo_log_register(2);
+    printf("C ABI ok: rectangle max %u min %u avg %u\n", result.max_temp, result.min_temp, result.avg_temp);
+    return 0;
+}
