@@ -27,6 +27,16 @@ constexpr int64_t q14_round64(int64_t v) {
     return (v + kQ14Half) >> kQ14Shift;
 }
 
+// Truncation toward zero of a double into a signed 32-bit integer, defined
+// for every input: NaN and values outside the int32 range give INT32_MIN, the
+// value the x86-64 conversion instruction produces. Use it where an
+// extrapolated intermediate may leave the int range (a plain cast would be
+// undefined behaviour there).
+constexpr int32_t trunc_i32(double v) {
+    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
 // Clamp into [lo, hi].
 constexpr int32_t clamp(int32_t v, int32_t lo, int32_t hi) {
     return v < lo ? lo : (v > hi ? hi : v);
