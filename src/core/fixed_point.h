@@ -60,4 +60,19 @@ constexpr uint16_t clamp_nuc(int32_t v) {
     return static_cast<uint16_t>(clamp(v, 0, kNucMax));
 }
 
+// Float -> 32-bit integer conversion truncating toward zero, defined for every
+// input: NaN and values outside the int32 range give INT32_MIN, which is what
+// the x86-64 conversion instruction delivers, instead of undefined behaviour.
+// An infinite slope from a zero float divisor therefore converts predictably.
+constexpr int32_t trunc_i32(double v) {
+    if (!(v >= -2147483648.0 && v < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
+// Signed 32-bit product that wraps on overflow like the hardware multiply,
+// for products the arithmetic defines "in 32-bit integers".
+constexpr int32_t mul_wrap32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
 }  // namespace radimo::fx
