@@ -30,8 +30,8 @@ constexpr int64_t q14_round64(int64_t v) {
 // Truncation toward zero of a double into a signed 32-bit integer, defined
 // for every input: NaN and values outside the int32 range give INT32_MIN, the
 // value the x86-64 conversion instruction produces. Use it where an
-// extrapolated intermediate may leave the int range (a plain cast would be
-// undefined behaviour there).
+// extrapolated intermediate or an infinite slope from a zero float divisor may
+// leave the int range (a plain cast would be undefined behaviour there).
 constexpr int32_t trunc_i32(double v) {
     if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(v);
@@ -58,15 +58,6 @@ constexpr uint16_t cap_nuc(uint32_t v) {
 // Clamps a signed value into the NUC range 0..16383.
 constexpr uint16_t clamp_nuc(int32_t v) {
     return static_cast<uint16_t>(clamp(v, 0, kNucMax));
-}
-
-// Float -> 32-bit integer conversion truncating toward zero, defined for every
-// input: NaN and values outside the int32 range give INT32_MIN, which is what
-// the x86-64 conversion instruction delivers, instead of undefined behaviour.
-// An infinite slope from a zero float divisor therefore converts predictably.
-constexpr int32_t trunc_i32(double v) {
-    if (!(v >= -2147483648.0 && v < 2147483648.0)) return INT32_MIN;
-    return static_cast<int32_t>(v);
 }
 
 // Signed 32-bit product that wraps on overflow like the hardware multiply,
