@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 namespace radimo::fx {
 
@@ -48,6 +49,20 @@ constexpr uint16_t cap_nuc(uint32_t v) {
 // Clamps a signed value into the NUC range 0..16383.
 constexpr uint16_t clamp_nuc(int32_t v) {
     return static_cast<uint16_t>(clamp(v, 0, kNucMax));
+}
+
+// Truncation toward zero into 32 bits, defined for every input: a NaN or a
+// value outside the int32 range gives INT32_MIN, which is what the x86
+// conversion instruction produces (a plain cast would be undefined there).
+constexpr int32_t trunc_i32(double v) {
+    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
+    return std::numeric_limits<int32_t>::min();
+}
+
+// A double truncated toward zero and kept in 16 bits, as a 16-bit unsigned
+// holder keeps the converted value (defined for every input).
+constexpr uint16_t trunc_u16(double v) {
+    return low16(trunc_i32(v));
 }
 
 }  // namespace radimo::fx
