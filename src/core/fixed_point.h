@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 namespace radimo::fx {
 
@@ -64,6 +65,12 @@ constexpr uint16_t clamp_nuc(int32_t v) {
 // for products the arithmetic defines "in 32-bit integers".
 constexpr int32_t mul_wrap32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
+// A double truncated toward zero and kept in 16 bits, as a 16-bit unsigned
+// holder keeps the converted value (defined for every input).
+constexpr uint16_t trunc_u16(double v) {
+    return low16(trunc_i32(v));
 }
 
 }  // namespace radimo::fx

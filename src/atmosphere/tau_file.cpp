@@ -1,0 +1,86 @@
+// Single-element access to a tau table file: headerless native-order
+// (little-endian) u16 values, element i at byte offset 2 * i, the index
+// taken modulo 65536. Each call opens and closes the file; the stream is
+// closed on every path, also after a failed seek, read or write.
+#include <cstdint>
+#include <cstdio>
+
+#include "core/fixed_point.h"
+#include "core/message.h"
+#include "libradimo.h"
+
+namespace {
+constexpr const char *kLogModule = radimo::kModuleTempCorrect;
+
+// Owns an open stream for the duration of one call.
+class TauFile {
+public:
+    TauFile(const char *name, const char *mode) : stream_(std::fopen(name, mode)) {}
+    ~TauFile() {
+        if (stream_ != nullptr) std::fclose(stream_);
+    }
+    TauFile(const TauFile &) = delete;
+    TauFile &operator=(const TauFile &) = delete;
+
+    bool is_open() const { return stream_ != nullptr; }
+    bool seek_element(int index) {
+        const long offset = 2L * static_cast<uint16_t>(index);
+        return std::fseek(stream_, offset, SEEK_SET) == 0;
+    }
+    std::FILE *stream() const { return stream_; }
+
+private:
+    std::FILE *stream_;
+};
+
+}  // namespace
+
+extern "C" {
+
+int tau_data_read(const char *file_name, int index, uint16_t *tau_value) {
+    if (file_name == nullptr || tau_value == nullptr) {
+        RADIMO_ERROR("file_name or tau_value is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    TauFile file(file_name, "rb");
+    if (!file.is_open()) {
+        RADIMO_ERROR("file open fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    if (!file.seek_element(index)) {
+        RADIMO_ERROR("file seek fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    uint16_t value = 0;
+    if (std::fread(&value, sizeof value, 1, file.stream()) != 1) {
+        RADIMO_ERROR("file read fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    *tau_value = value;
+    return RADIMO_SUCCESS;
+}
+
+// The file must exist: it is opened for update and never created.
+int tau_data_write(const char *file_name, int index, int tau_value) {
+    if (file_name == nullptr) {
+        RADIMO_ERROR("file_name or tau_value is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    TauFile file(file_name, "rb+");
+    if (!file.is_open()) {
+        RADIMO_ERROR("file open fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    if (!file.seek_element(index)) {
+        RADIMO_ERROR("file seek fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    const uint16_t value = radimo::fx::low16(tau_value);
+    if (std::fwrite(&value, sizeof value, 1, file.stream()) != 1) {
+        RADIMO_ERROR("file write fail\n");
+        return RADIMO_ERR_FILE;
+    }
+    return RADIMO_SUCCESS;
+}
+
+}  // extern "C"
