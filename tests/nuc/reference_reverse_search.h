@@ -1,6 +1,5 @@
-// The reverse NUC lookups written as the plain entry-by-entry scan. The
-// library's block-skipping search must agree with these on every table:
-// same result code, same output and the same messages in the same order.
+// The reverse NUC lookups as the plain entry-by-entry scan, kept as the
+// reference the library's block-skipping search is compared with.
 #pragma once
 
 #include <cstdint>

@@ -1,12 +1,10 @@
-// NUC table lookup, reverse lookup, environment-factor inverse, NUC value of a
-// frame position and flat-run trimming.
+// NUC table lookup and reverse lookup, environment-factor inverse, NUC value
+// of a frame position and flat-run trimming.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
@@ -16,249 +14,140 @@
 
 namespace {
 
-using radimo::test::LoggedTest;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Table = std::vector<uint16_t>;
+using NucLookupTest = radimo::test::LoggedTest;
 
-// Celsius temperature whose search target is exactly `units` (1/16 K); the
-// tests below pick targets the float arithmetic reaches exactly.
+// Celsius temperature whose search target is exactly `units` (1/16 K).
 float celsius(double units) {
     const float temp = static_cast<float>(units / 16.0 - 273.15);
-    EXPECT_EQ(static_cast<float>((static_cast<double>(temp) + 273.15) * 16.0), static_cast<float>(units));
+    EXPECT_EQ(static_cast<float>((temp + 273.15) * 16.0), static_cast<float>(units));
     return temp;
 }
 
-std::string fixed6(double v) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%f", v);
-    return buf;
-}
-
-// 4000, 4010, 4020, ... rising by 10 per entry, flat at 60000 from entry 5600.
+// 4000, 4010, 4020, ... flat at 60000 from entry 5600; entries 100, 101 are 5000, 5010.
 Table rising_by_ten(size_t len = 8192) {
     Table t(len);
     for (size_t i = 0; i < len; ++i) t[i] = static_cast<uint16_t>(std::min<size_t>(4000 + 10 * i, 60000));
     return t;
 }
 
-using RemapTest = LoggedTest;
-
-TEST_F(RemapTest, BothNucValuesOfAPairReadTheSameEntry) {
-    const Table t = rising_by_ten();
-    uint16_t even = 0;
-    uint16_t odd = 0;
-    ASSERT_EQ(remap_temp(t.data(), 2 * 77, &even), RADIMO_SUCCESS);
-    ASSERT_EQ(remap_temp(t.data(), 2 * 77 + 1, &odd), RADIMO_SUCCESS);
-    EXPECT_EQ(even, 4770);
-    EXPECT_EQ(odd, 4770);
-    // Only the low 16 bits of the NUC value count; beyond 16383 the last entry is read.
-    ASSERT_EQ(remap_temp(t.data(), 0x10000u + 10, &even), RADIMO_SUCCESS);
-    EXPECT_EQ(even, 4050);
-    ASSERT_EQ(remap_temp(t.data(), 40000, &even), RADIMO_SUCCESS);
-    EXPECT_EQ(even, t[8191]);
-    EXPECT_THAT(log.lines(), IsEmpty());
+uint16_t search(const Table &t, float temp) {
+    uint16_t nuc = 0xBEEF;
+    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, temp), RADIMO_SUCCESS) << temp;
+    return nuc;
 }
 
-TEST_F(RemapTest, NullTableIsRejected) {
-    uint16_t temp = 123;
-    EXPECT_EQ(remap_temp(nullptr, 0, &temp), RADIMO_ERR_PARAM);
-    EXPECT_EQ(temp, 123);
-    EXPECT_THAT(log.error_trace(), ElementsAre("src/temp_correct/remap_temp: nuc_table is NULL\n"));
-}
-
-TEST_F(RemapTest, CelsiusOfAStandardAndALongTable) {
-    Table t(16384, 0);
+TEST_F(NucLookupTest, ForwardLookups) {
+    Table t = rising_by_ten(16384);
     t[100] = 4800;
-    t[200] = 4370;
-    float temp = 0;
-    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 200, 8192, &temp), RADIMO_SUCCESS);
-    EXPECT_EQ(temp, static_cast<float>(4800 * 0.0625 - 273.15));
-    EXPECT_NEAR(temp, 26.85f, 1e-5f);
-    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 201, 8192, &temp), RADIMO_SUCCESS);
-    EXPECT_NEAR(temp, 26.85f, 1e-5f);
-    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 200, 16384, &temp), RADIMO_SUCCESS);
-    EXPECT_NEAR(temp, -0.025f, 1e-6f);
-    // Only the low 16 bits of the length count.
-    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 200, 0x10000u + 8192, &temp), RADIMO_SUCCESS);
-    EXPECT_NEAR(temp, 26.85f, 1e-5f);
+    uint16_t a = 0, b = 0;
+    ASSERT_EQ(remap_temp(t.data(), 154, &a), RADIMO_SUCCESS);
+    ASSERT_EQ(remap_temp(t.data(), 0x10000u + 155, &b), RADIMO_SUCCESS);  // same entry; low 16 bits
+    EXPECT_EQ(a, 4770);
+    EXPECT_EQ(b, 4770);
+    ASSERT_EQ(remap_temp(t.data(), 40000, &a), RADIMO_SUCCESS);  // capped at 16383: entry 8191
+    EXPECT_EQ(a, t[8191]);
+    float c = 0;
+    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 201, 8192, &c), RADIMO_SUCCESS);
+    EXPECT_EQ(c, static_cast<float>(300.0 - 273.15));  // 26.85
+    ASSERT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 100, 0x10000u + 16384, &c), RADIMO_SUCCESS);
+    EXPECT_EQ(c, static_cast<float>(300.0 - 273.15));
     EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(RemapTest, CelsiusRejectsNullsAndOtherLengths) {
-    const Table t = rising_by_ten(16384);
-    float temp = 1.5f;
-    EXPECT_EQ(calc_temperature_with_nuc_t_table_len(nullptr, 0, 8192, &temp), RADIMO_ERR_PARAM);
+    EXPECT_EQ(remap_temp(nullptr, 0, &a), RADIMO_ERR_PARAM);
     EXPECT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 0, 8192, nullptr), RADIMO_ERR_PARAM);
-    for (uint32_t len : {4096u, 0u, 8191u, 12288u, 16385u, 32768u})
-        EXPECT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 0, len, &temp), RADIMO_ERR_PARAM) << len;
-    EXPECT_EQ(temp, 1.5f);
-    const std::string invalid =
-        "src/temp_correct/calc_temperature_with_nuc_t_table_len: nuc_table_len is invalid\n";
-    EXPECT_THAT(log.error_trace(),
-                ElementsAre("src/temp_correct/calc_temperature_with_nuc_t_table_len: data is invalid\n",
-                            "src/temp_correct/calc_temperature_with_nuc_t_table_len: data is invalid\n",
-                            invalid, invalid, invalid, invalid, invalid, invalid));
+    EXPECT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 0, 4096, &c), RADIMO_ERR_PARAM);
+    EXPECT_EQ(calc_temperature_with_nuc_t_table_len(t.data(), 0, 0, &c), RADIMO_ERR_PARAM);
+    EXPECT_THAT(log.error_texts(), ElementsAre("nuc_table is NULL\n", "data is invalid\n",
+                                               "nuc_table_len is invalid\n", "nuc_table_len is invalid\n"));
+    EXPECT_EQ(log.errors()[0].where_what(), "src/temp_correct/remap_temp: nuc_table is NULL\n");
 }
 
-using ReverseSearchTest = LoggedTest;
-
-TEST_F(ReverseSearchTest, ExactEntryGivesTwiceItsIndexWithTheFiveDebugLines) {
-    const Table t = rising_by_ten();
-    uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5230)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 246);
+TEST_F(NucLookupTest, ReverseSearchExactMatchLogsFiveDebugLines) {
+    EXPECT_EQ(search(rising_by_ten(), celsius(5230)), 246);
     EXPECT_THAT(log.debug_texts(),
                 ElementsAre("NUC_MAX=60000,NUC_MIN=4000\n", "nuc_table[0]=4000\n",
                             "target_temp=5230.000000\n", "i=123,nuc_value=246\n", "nuc_table[123]=5230\n"));
-    for (const auto &line : log.lines()) {
-        EXPECT_EQ(line.module, "src/temp_correct");
-        EXPECT_EQ(line.function, "reverse_calc_NUC_with_nuc_t");
-    }
+    EXPECT_EQ(log.lines()[0].where_what(),
+              "src/temp_correct/reverse_calc_NUC_with_nuc_t: NUC_MAX=60000,NUC_MIN=4000\n");
 }
 
-TEST_F(ReverseSearchTest, RisingBracketTakesTheNearerEntryAndATieGoesUp) {
-    const Table t = rising_by_ten();  // entries 100 and 101 are 5000 and 5010
-    uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5005)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 202);
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5004)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 200);
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5006)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 202);
-    // Each bracket closes with both entries, whichever was chosen.
-    const auto texts = log.debug_texts();
-    ASSERT_EQ(texts.size(), 15u);
-    EXPECT_EQ(texts[3], "nuc_table[100]=5000\n");
-    EXPECT_EQ(texts[4], "nuc_table[101]=5010\n");
-    EXPECT_EQ(texts[8], "nuc_table[100]=5000\n");
-    EXPECT_EQ(texts[9], "nuc_table[101]=5010\n");
+TEST_F(NucLookupTest, ReverseSearchBrackets) {
+    const Table up = rising_by_ten();
+    EXPECT_EQ(search(up, celsius(5004)), 200);  // nearer entry
+    EXPECT_EQ(search(up, celsius(5006)), 202);
+    EXPECT_EQ(search(up, celsius(5005)), 202);  // a tie goes up
+    const auto texts = log.debug_texts();       // each bracket logs both of its entries
+    EXPECT_THAT(std::vector<std::string>(texts.begin() + 3, texts.begin() + 5),
+                ElementsAre("nuc_table[100]=5000\n", "nuc_table[101]=5010\n"));
+    Table down = up;
+    std::reverse(down.begin(), down.end());  // 5010 at 8090, 5000 at 8091: the farther entry is taken
+    EXPECT_EQ(search(down, celsius(5004)), 2 * 8090);
+    EXPECT_EQ(search(down, celsius(5006)), 2 * 8091);
+    EXPECT_EQ(search(down, celsius(5005)), 2 * 8091);
+    // Beyond the table: moved one unit inside (59999, 4001); the log shows the unmoved target.
+    log.clear();
+    EXPECT_EQ(search(up, celsius(70000)), 2 * 5600);
+    EXPECT_EQ(log.debug_texts()[2], "target_temp=70000.000000\n");
+    EXPECT_EQ(search(up, -200.0f), 0);
+    // The last entry has no partner but still matches exactly.
+    Table last(8192, 5000);
+    last.back() = 6000;
+    EXPECT_EQ(search(last, celsius(6000)), 16382);
 }
 
-TEST_F(ReverseSearchTest, FallingBracketTakesTheFartherEntry) {
-    Table t = rising_by_ten();
-    std::reverse(t.begin(), t.end());  // ... 5010 at 8090, 5000 at 8091 ...
-    uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5004)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 2 * 8090);  // 5010, though 5000 is nearer
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5006)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 2 * 8091);  // 5000, though 5010 is nearer
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(5005)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 2 * 8091);
-}
-
-TEST_F(ReverseSearchTest, TargetsBeyondTheTableAreMovedOneUnitInside) {
-    const Table t = rising_by_ten();
-    uint16_t nuc = 0;
-    // Above: target 59999 falls between 59990 (entry 5599) and 60000 (entry 5600).
-    const float hot = 4000.0f;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, hot), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 2 * 5600);
-    // The debug line shows the target before it was moved.
-    const float unclamped = static_cast<float>((static_cast<double>(hot) + 273.15) * 16.0);
-    EXPECT_EQ(log.debug_texts()[2], "target_temp=" + fixed6(unclamped) + "\n");
-    EXPECT_THAT(log.debug_texts()[3], "nuc_table[5599]=59990\n");
-    // Below: target 4001 falls between 4000 and 4010; the nearer entry 0 wins.
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, -200.0f), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 0);
-}
-
-TEST_F(ReverseSearchTest, TheLastEntryCanStillMatchExactly) {
-    Table t(8192, 5000);
-    t.back() = 6000;
-    uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), &nuc, celsius(6000)), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 16382);
-    EXPECT_EQ(log.debug_texts()[3], "i=8191,nuc_value=16382\n");
-}
-
-TEST_F(ReverseSearchTest, NoStopWritesZeroAndFails) {
-    const Table flat(8192, 5000);  // a target other than 5000 becomes 4999 or 5001
+TEST_F(NucLookupTest, ReverseSearchFailures) {
+    const Table flat(8192, 5000);  // any other target becomes 4999 or 5001: no stop
     uint16_t nuc = 77;
     EXPECT_EQ(reverse_calc_NUC_with_nuc_t(flat.data(), &nuc, celsius(6000)), RADIMO_ERR_PARAM);
     EXPECT_EQ(nuc, 0);
     nuc = 77;
-    EXPECT_EQ(
-        reverse_calc_NUC_with_nuc_t(rising_by_ten().data(), &nuc, std::numeric_limits<float>::quiet_NaN()),
-        RADIMO_ERR_PARAM);
+    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(flat.data(), &nuc, std::numeric_limits<float>::quiet_NaN()),
+              RADIMO_ERR_PARAM);
     EXPECT_EQ(nuc, 0);
-    EXPECT_THAT(log.error_trace(),
-                ElementsAre("src/temp_correct/reverse_calc_NUC_with_nuc_t: reverse calculate failed\n",
-                            "src/temp_correct/reverse_calc_NUC_with_nuc_t: reverse calculate failed\n"));
+    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(nullptr, &nuc, 1.0f), RADIMO_ERR_PARAM);
+    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(flat.data(), nullptr, 1.0f), RADIMO_ERR_PARAM);
+    EXPECT_THAT(log.error_texts(), ElementsAre("reverse calculate failed\n", "reverse calculate failed\n",
+                                               "data is invalid\n", "data is invalid\n"));
     EXPECT_THAT(log.debug_texts(),
                 ElementsAre("NUC_MAX=5000,NUC_MIN=5000\n", "nuc_table[0]=5000\n", "target_temp=6000.000000\n",
-                            "NUC_MAX=60000,NUC_MIN=4000\n", "nuc_table[0]=4000\n", "target_temp=nan\n"));
+                            "NUC_MAX=5000,NUC_MIN=5000\n", "nuc_table[0]=5000\n", "target_temp=nan\n"));
 }
 
-TEST_F(ReverseSearchTest, NullArgumentsAreRejected) {
-    const Table t = rising_by_ten();
-    uint16_t nuc = 9;
-    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(nullptr, &nuc, 20.0f), RADIMO_ERR_PARAM);
-    EXPECT_EQ(reverse_calc_NUC_with_nuc_t(t.data(), nullptr, 20.0f), RADIMO_ERR_PARAM);
-    EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(nullptr, 8192, &nuc, 20.0f), RADIMO_ERR_PARAM);
-    EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(t.data(), 8192, nullptr, 20.0f), RADIMO_ERR_PARAM);
-    EXPECT_EQ(nuc, 9);
-    EXPECT_THAT(log.error_texts(), ElementsAre("data is invalid\n", "data is invalid\n", "data is invalid\n",
-                                               "data is invalid\n"));
-    EXPECT_THAT(log.debug_texts(), IsEmpty());
-}
-
-TEST_F(ReverseSearchTest, TableLenSearchIndexesLongTablesByNucValue) {
-    const Table long_table = rising_by_ten(16384);
+TEST_F(NucLookupTest, TableLenSearch) {
+    const Table t = rising_by_ten(16384);
     uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t_table_len(long_table.data(), 16384, &nuc, celsius(5230)),
-              RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 123);
-    ASSERT_EQ(reverse_calc_NUC_with_nuc_t_table_len(long_table.data(), 8192, &nuc, celsius(5005)),
-              RADIMO_SUCCESS);
+    ASSERT_EQ(reverse_calc_NUC_with_nuc_t_table_len(t.data(), 16384, &nuc, celsius(5230)), RADIMO_SUCCESS);
+    EXPECT_EQ(nuc, 123);  // a long table is indexed by the NUC value itself
+    ASSERT_EQ(reverse_calc_NUC_with_nuc_t_table_len(t.data(), 8192, &nuc, celsius(5005)), RADIMO_SUCCESS);
     EXPECT_EQ(nuc, 202);
-    // One closing debug line and nothing before it.
     EXPECT_THAT(log.debug_texts(), ElementsAre("i=123,nuc_value=123, nuc_table[i] = 5230\n",
                                                "i=100,nuc_value=202, nuc_table[i] = 5000\n"));
-    EXPECT_EQ(log.debugs()[0].function, "reverse_calc_NUC_with_nuc_t_table_len");
-}
-
-TEST_F(ReverseSearchTest, TableLenSearchFailures) {
-    const Table zeros(16384, 0);
-    const Table flat(8192, 5000);
-    uint16_t nuc = 5;
+    const Table zeros(16384, 0), flat(8192, 5000);
+    nuc = 5;
     EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(zeros.data(), 16384, &nuc, 20.0f), RADIMO_ERR_PARAM);
     EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(zeros.data(), 4096, &nuc, 20.0f), RADIMO_ERR_PARAM);
+    EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(nullptr, 8192, &nuc, 20.0f), RADIMO_ERR_PARAM);
     EXPECT_EQ(nuc, 5);
     EXPECT_EQ(reverse_calc_NUC_with_nuc_t_table_len(flat.data(), 8192, &nuc, 20.0f), RADIMO_ERR_PARAM);
     EXPECT_EQ(nuc, 0);
     EXPECT_THAT(log.error_texts(), ElementsAre("NUC value is invalid\n", "nuc_table_len is invalid\n",
-                                               "reverse calculate failed\n"));
-    EXPECT_THAT(log.debug_texts(), IsEmpty());
+                                               "data is invalid\n", "reverse calculate failed\n"));
+    EXPECT_EQ(log.errors()[0].function, "reverse_calc_NUC_with_nuc_t_table_len");
 }
 
-using EnvInverseTest = LoggedTest;
-
-TEST_F(EnvInverseTest, UnitGainAndZeroOffsetReturnTheInputCapped) {
-    const env_factor_t unit{16384, 0};
-    uint16_t nuc = 0;
-    for (uint32_t v : {0u, 1u, 8000u, 16383u}) {
-        ASSERT_EQ(reverse_calc_NUC_without_env_correct(&unit, v, &nuc), RADIMO_SUCCESS);
-        EXPECT_EQ(nuc, v);
-    }
-    ASSERT_EQ(reverse_calc_NUC_without_env_correct(&unit, 20000, &nuc), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 16383);
-    ASSERT_EQ(reverse_calc_NUC_without_env_correct(&unit, 0x10000u + 5, &nuc), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 5);
-}
-
-TEST_F(EnvInverseTest, UndoesGainAndOffsetAndWrapsBelowZero) {
-    const env_factor_t doubled{32768, 100};
-    uint16_t nuc = 0;
-    ASSERT_EQ(reverse_calc_NUC_without_env_correct(&doubled, 900, &nuc), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 500);  // (900 + 100) / 2
-    // -50 wraps in 32 bits: (2^32 - 50) * 16384 / 16384 keeps 65486 in 16 bits, capped.
-    const env_factor_t negative{16384, -100};
-    ASSERT_EQ(reverse_calc_NUC_without_env_correct(&negative, 50, &nuc), RADIMO_SUCCESS);
-    EXPECT_EQ(nuc, 16383);
-}
-
-TEST_F(EnvInverseTest, NullAndZeroGainAreRejected) {
+TEST_F(NucLookupTest, EnvironmentFactorInverse) {
+    const auto inverse = [](env_factor_t f, uint32_t object_nuc) {
+        uint16_t nuc = 0xBEEF;
+        EXPECT_EQ(reverse_calc_NUC_without_env_correct(&f, object_nuc, &nuc), RADIMO_SUCCESS);
+        return nuc;
+    };
+    EXPECT_EQ(inverse({16384, 0}, 8000), 8000);
+    EXPECT_EQ(inverse({16384, 0}, 20000), 16383);
+    EXPECT_EQ(inverse({16384, 0}, 0x10000u + 5), 5);
+    EXPECT_EQ(inverse({32768, 100}, 900), 500);
+    EXPECT_EQ(inverse({16384, -100}, 50), 16383);  // -50 wraps: 65486 in 16 bits, capped
     const env_factor_t zero{0, 10};
     uint16_t nuc = 42;
     EXPECT_EQ(reverse_calc_NUC_without_env_correct(nullptr, 1, &nuc), RADIMO_ERR_PARAM);
@@ -270,86 +159,40 @@ TEST_F(EnvInverseTest, NullAndZeroGainAreRejected) {
                     "src/temp_correct/reverse_calc_NUC_without_env_correct: env_factor is invalid\n"));
 }
 
-using NucValueTest = LoggedTest;
-
-constexpr uint32_t resolution_of(uint32_t w, uint32_t h) {
-    return w | (h << 16);
-}
-
-TEST_F(NucValueTest, TrimmedMeanOfTheFiveByFiveSquare) {
-    const uint32_t w = 10;
-    const uint32_t h = 8;
-    std::vector<uint16_t> frame(w * h);
-    for (uint32_t y = 0; y < h; ++y)
-        for (uint32_t x = 0; x < w; ++x) frame[y * w + x] = static_cast<uint16_t>(100 + x + 10 * y);
+TEST_F(NucLookupTest, NucValueOfAFramePosition) {
+    std::vector<uint16_t> frame(10 * 8);
+    for (uint32_t i = 0; i < frame.size(); ++i)
+        frame[i] = static_cast<uint16_t>(100 + i % 10 + 10 * (i / 10));
+    const uint32_t resolution = 10 | (8u << 16);
     uint16_t nuc = 0;
-    // Samples 112..156 sum to 3350; without 112 and 156 that is 3082 = 23 * 134.
-    ASSERT_EQ(get_NUC_value(frame.data(), resolution_of(w, h), point_t{4, 3}, &nuc), RADIMO_SUCCESS);
+    // Samples 112..156 sum to 3350; without 112 and 156, 3082 = 23 * 134.
+    ASSERT_EQ(get_NUC_value(frame.data(), resolution, point_t{4, 3}, &nuc), RADIMO_SUCCESS);
     EXPECT_EQ(nuc, 134);
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(NucValueTest, PointOutsideTheFrameStillReturnsZeroAndReadsNothingOutside) {
-    const std::vector<uint16_t> frame(4 * 4, 500);
-    uint16_t nuc = 99;
-    EXPECT_EQ(get_NUC_value(frame.data(), resolution_of(4, 4), point_t{4, 0}, &nuc), RADIMO_SUCCESS);
+    // Outside the frame: still 0 returned, nothing read outside, 0 written.
+    ASSERT_EQ(get_NUC_value(frame.data(), resolution, point_t{10, 0}, &nuc), RADIMO_SUCCESS);
     EXPECT_EQ(nuc, 0);
-    EXPECT_THAT(log.error_trace(),
-                ElementsAre("src/libradimo/get_pixel_square_array: the point is invalid\n"));
-}
-
-TEST_F(NucValueTest, NullArgumentsAreRejected) {
-    const std::vector<uint16_t> frame(25, 1);
-    uint16_t nuc = 3;
-    EXPECT_EQ(get_NUC_value(nullptr, resolution_of(5, 5), point_t{2, 2}, &nuc), RADIMO_ERR_PARAM);
-    EXPECT_EQ(get_NUC_value(frame.data(), resolution_of(5, 5), point_t{2, 2}, nullptr), RADIMO_ERR_PARAM);
-    EXPECT_EQ(nuc, 3);
-    EXPECT_THAT(log.error_trace(), ElementsAre("src/temp_correct/get_NUC_value: src is NULL\n",
+    EXPECT_EQ(get_NUC_value(nullptr, resolution, point_t{4, 3}, &nuc), RADIMO_ERR_PARAM);
+    EXPECT_EQ(get_NUC_value(frame.data(), resolution, point_t{4, 3}, nullptr), RADIMO_ERR_PARAM);
+    EXPECT_THAT(log.error_trace(), ElementsAre("src/libradimo/get_pixel_square_array: the point is invalid\n",
+                                               "src/temp_correct/get_NUC_value: src is NULL\n",
                                                "src/temp_correct/get_NUC_value: nuc is NULL\n"));
 }
 
-using TableBoundsTest = LoggedTest;
-
-TEST_F(TableBoundsTest, SkipsTheFlatRunsAtBothEnds) {
+TEST_F(NucLookupTest, FlatRunsAtTheTableEnds) {
+    const auto bounds = [](const Table &t, uint16_t start, uint16_t end, int len) {
+        const uint16_t in[2] = {start, end};
+        std::vector<uint16_t> out{111, 222};
+        EXPECT_EQ(find_start_and_end_addr(t.data(), in, len, out.data()), RADIMO_SUCCESS);
+        return out;
+    };
     const Table t{0, 0, 0, 5, 6, 7, 9, 9};
-    const uint16_t in[2] = {0, 7};
-    uint16_t out[2] = {111, 222};
-    ASSERT_EQ(find_start_and_end_addr(t.data(), in, 8, out), RADIMO_SUCCESS);
-    EXPECT_EQ(out[0], 3);
-    EXPECT_EQ(out[1], 6);
-    // A start or end inside a rising stretch moves one step at most.
-    const uint16_t inner[2] = {3, 5};
-    ASSERT_EQ(find_start_and_end_addr(t.data(), inner, 8, out), RADIMO_SUCCESS);
-    EXPECT_EQ(out[0], 4);
-    EXPECT_EQ(out[1], 5);
-    // Only the low 16 bits of the length count.
-    ASSERT_EQ(find_start_and_end_addr(t.data(), in, 0x10000 + 8, out), RADIMO_SUCCESS);
-    EXPECT_EQ(out[0], 3);
-}
-
-TEST_F(TableBoundsTest, RunsReachingTheTableEndsLeaveTheOutputs) {
-    const Table flat(8, 4);
-    const uint16_t in[2] = {2, 7};
-    uint16_t out[2] = {111, 222};
-    ASSERT_EQ(find_start_and_end_addr(flat.data(), in, 8, out), RADIMO_SUCCESS);
-    EXPECT_EQ(out[0], 111);
-    EXPECT_EQ(out[1], 222);
-    // Positions outside the table are left as well, and nothing outside is read.
-    const uint16_t outside[2] = {8, 9};
-    ASSERT_EQ(find_start_and_end_addr(flat.data(), outside, 8, out), RADIMO_SUCCESS);
-    EXPECT_EQ(out[0], 111);
-    EXPECT_EQ(out[1], 222);
-}
-
-TEST_F(TableBoundsTest, NullArgumentsAreRejected) {
-    const Table t(8, 1);
-    const uint16_t in[2] = {0, 7};
-    uint16_t out[2] = {};
-    EXPECT_EQ(find_start_and_end_addr(nullptr, in, 8, out), RADIMO_ERR_PARAM);
+    EXPECT_THAT(bounds(t, 0, 7, 8), ElementsAre(3, 6));
+    EXPECT_THAT(bounds(t, 3, 5, 0x10000 + 8), ElementsAre(4, 5));      // low 16 bits of len
+    EXPECT_THAT(bounds(Table(8, 4), 2, 7, 8), ElementsAre(111, 222));  // runs reach both ends
+    EXPECT_THAT(bounds(t, 8, 9, 8), ElementsAre(111, 222));            // outside the table: left alone
+    uint16_t out[2];
     EXPECT_EQ(find_start_and_end_addr(t.data(), nullptr, 8, out), RADIMO_ERR_PARAM);
-    EXPECT_EQ(find_start_and_end_addr(t.data(), in, 8, nullptr), RADIMO_ERR_PARAM);
-    EXPECT_THAT(log.error_texts(), ElementsAre("data is NULL\n", "data is NULL\n", "data is NULL\n"));
-    EXPECT_EQ(log.errors()[0].function, "find_start_and_end_addr");
+    EXPECT_THAT(log.error_trace(), ElementsAre("src/temp_correct/find_start_and_end_addr: data is NULL\n"));
 }
 
 }  // namespace
