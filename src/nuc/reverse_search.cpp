@@ -4,9 +4,9 @@
 // matches entry i (|target - t[i]| < 0.0001) or lies strictly between entries
 // i and i + 1 ((target - t[i + 1]) * (target - t[i]) < 0, in single
 // precision). Callers run it in every recalibration step, so the scan skips
-// whole blocks in which no stop can occur and runs the literal test only in
-// the first block that may hold one; the result and the messages are the same
-// as those of the entry-by-entry scan for every table.
+// whole blocks in which no stop can occur and runs the literal test only
+// where one may; the result and the messages are the same as those of the
+// entry-by-entry scan for every table.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -101,8 +101,8 @@ struct Reach {
 // the same side gives a product of two same-signed non-zero floats, never
 // negative, so no bracket. A block whose entries (including the first entry of
 // the next block, the partner of its last pair) all lie on one side cannot
-// stop and is skipped; in the first other block, runs of eight pairs are
-// checked the same way and the literal test runs only where one may stop.
+// stop and is skipped; in a block that may stop, runs of eight pairs are
+// checked the same way and the literal test runs only in runs that may stop.
 Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
     Stop stop;
     // A NaN target compares false everywhere: the literal scan never stops.
