@@ -1,0 +1,58 @@
+// Forward KT/BT correction: raw NUC value to drift-corrected NUC value.
+//
+// Runs once per pixel per frame in a host's measurement loop: integer
+// arithmetic only, no division, no allocation and no logging on success.
+#include <cstdint>
+
+#include "core/fixed_point.h"
+#include "core/message.h"
+#include "ktbt/ktbt_index.h"
+#include "libradimo.h"
+
+namespace {
+
+constexpr const char *kLogModule = radimo::kModuleTempCorrect;
+
+using radimo::ktbt::IndexLimits;
+
+// bt[index] + kt[index] * nuc in Q14 (rounded), clamped to the NUC range. The
+// gain product of two 16-bit values is formed in 64 bits: it can exceed 2^31.
+inline uint16_t corrected_nuc(const ktbt_correct_param_t &p, uint32_t nuc, const IndexLimits &limits) {
+    const int32_t t_fpa = radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp);
+    const int32_t index = radimo::ktbt::clamped_index(t_fpa, p.Address_CA, limits);
+    const int64_t gained = radimo::fx::q14_round64(static_cast<int64_t>(p.kt_array[index]) * (nuc & 0xFFFFu));
+    return radimo::fx::clamp_nuc(p.bt_array[index] + static_cast<int32_t>(gained));
+}
+
+}  // namespace
+
+extern "C" {
+
+int ktbt_correct_process(const ktbt_correct_param_t *ktbt_param, uint32_t nuc, uint16_t *new_nuc) {
+    if (ktbt_param == nullptr || new_nuc == nullptr) {
+        RADIMO_ERROR("data is null\n");
+        return RADIMO_ERR_PARAM;
+    }
+    if (ktbt_param->kt_array == nullptr || ktbt_param->bt_array == nullptr) {
+        RADIMO_ERROR("kt_array or bt_array is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    *new_nuc = corrected_nuc(*ktbt_param, nuc, radimo::ktbt::kLimits1201);
+    return RADIMO_SUCCESS;
+}
+
+int ktbt_correct_process_with_version3(const ktbt_correct_param_t *ktbt_param, uint32_t nuc,
+                                       uint16_t *new_nuc) {
+    if (ktbt_param == nullptr || new_nuc == nullptr) {
+        RADIMO_ERROR("data is null\n");
+        return RADIMO_ERR_PARAM;
+    }
+    if (ktbt_param->kt_array == nullptr || ktbt_param->bt_array == nullptr) {
+        RADIMO_ERROR("kt_array or bt_array is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    *new_nuc = corrected_nuc(*ktbt_param, nuc, radimo::ktbt::kLimits3601);
+    return RADIMO_SUCCESS;
+}
+
+}  // extern "C"

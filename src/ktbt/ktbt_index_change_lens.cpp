@@ -1,0 +1,36 @@
+// KT/BT index of a focal-plane reading after a lens change (truncated Q14 product).
+#include <cstdint>
+
+#include "core/message.h"
+#include "ktbt/ktbt_index.h"
+#include "libradimo.h"
+
+namespace {
+constexpr const char *kLogModule = radimo::kModuleSencondCal;
+}  // namespace
+
+extern "C" {
+
+// Deliberately truncates the Q14 product where calculate_ktbt_index_according_vtemp
+// rounds it, so the two indices of one reading can differ by one; both are kept.
+int calculate_ktbt_index_according_vtemp_in_change_lens(int vtemp,
+                                                        const second_calib_param_t *second_calib_param,
+                                                        int *ktbt_index) {
+    if (second_calib_param == nullptr || ktbt_index == nullptr) {
+        RADIMO_ERROR("data is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    const second_calib_param_t &p = *second_calib_param;
+    const int32_t t_fpa = radimo::ktbt::t_fpa_truncated(static_cast<uint16_t>(vtemp), p.K_Temp, p.B_Temp);
+    const int32_t index =
+        radimo::ktbt::limit_to_count(radimo::ktbt::index_of(t_fpa, p.Address_CA), p.ktbt_index_len);
+    *ktbt_index = index;
+    RADIMO_DEBUG("ktbt_index = %d\n", index);
+    RADIMO_DEBUG("B_Temp = %d\n", p.B_Temp);
+    RADIMO_DEBUG("Address_CA = %d\n", p.Address_CA);
+    RADIMO_DEBUG("K_Temp = %d\n", p.K_Temp);
+    RADIMO_DEBUG("T_FPA = %d\n", t_fpa);
+    return RADIMO_SUCCESS;
+}
+
+}  // extern "C"

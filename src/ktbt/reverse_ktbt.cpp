@@ -1,0 +1,83 @@
+// Reverse KT/BT correction: the raw NUC value that the forward correction maps
+// onto a given corrected value.
+#include <cstdint>
+
+#include "core/fixed_point.h"
+#include "core/message.h"
+#include "ktbt/ktbt_index.h"
+#include "libradimo.h"
+
+namespace {
+
+constexpr const char *kLogModule = radimo::kModuleTempCorrect;
+
+// ((nuc - bt) * 16384 - 8192) / kt with an unsigned 32-bit division; kt != 0.
+// The minus 8192 mirrors the forward rounding term. There is no lower clamp:
+// a value below the offset wraps into a large quotient whose low 16 bits are
+// kept (then capped), deliberately.
+inline uint16_t raw_nuc(uint32_t nuc, uint16_t kt, int16_t bt) {
+    const int32_t above_offset = static_cast<int32_t>(nuc & 0xFFFFu) - bt;
+    const uint32_t scaled = static_cast<uint32_t>(above_offset) * 16384u - 8192u;
+    return radimo::fx::cap_nuc(radimo::fx::low16(scaled / kt));
+}
+
+}  // namespace
+
+extern "C" {
+
+// The table argument is accepted for the callers' sake and never read.
+int reverse_ktbt_correct(const second_calib_param_t *ktbt_param, const uint16_t *kt_array,
+                         const int16_t *bt_array, const uint16_t * /*table*/, int vtemp, uint32_t nuc,
+                         uint16_t *new_nuc) {
+    if (ktbt_param == nullptr || new_nuc == nullptr) {
+        RADIMO_ERROR("ktbt_param or new_nuc is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    if (kt_array == nullptr || bt_array == nullptr) {
+        RADIMO_ERROR("kt_array or bt_array is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    const int32_t t_fpa =
+        radimo::ktbt::t_fpa_rounded(static_cast<uint16_t>(vtemp), ktbt_param->K_Temp, ktbt_param->B_Temp);
+    const int32_t index =
+        radimo::ktbt::clamped_index(t_fpa, ktbt_param->Address_CA, radimo::ktbt::kLimits1201);
+    if (kt_array[index] == 0) {
+        RADIMO_ERROR("kt_array is invalid\n");
+        return RADIMO_ERR_PARAM;
+    }
+    *new_nuc = raw_nuc(nuc, kt_array[index], bt_array[index]);
+    return RADIMO_SUCCESS;
+}
+
+// As reverse_ktbt_correct, with T_FPA clamped to 0..16383 and the index
+// limited by the record's ktbt_index_len.
+int reverse_ktbt_correct_with_version3(const second_calib_param_t *ktbt_param, const uint16_t *kt_array,
+                                       const int16_t *bt_array, const uint16_t * /*table*/, int vtemp,
+                                       uint32_t nuc, uint16_t *new_nuc) {
+    if (ktbt_param == nullptr || new_nuc == nullptr) {
+        RADIMO_ERROR("ktbt_param or new_nuc is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    if (kt_array == nullptr || bt_array == nullptr) {
+        RADIMO_ERROR("kt_array or bt_array is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    // With no valid index there is no entry to read.
+    if (ktbt_param->ktbt_index_len == 0) {
+        RADIMO_ERROR("ktbt_index_len is invalid\n");
+        return RADIMO_ERR_PARAM;
+    }
+    const int32_t t_fpa = radimo::fx::clamp(
+        radimo::ktbt::t_fpa_rounded(static_cast<uint16_t>(vtemp), ktbt_param->K_Temp, ktbt_param->B_Temp), 0,
+        radimo::ktbt::kLimits3601.t_fpa_max);
+    const int32_t index = radimo::ktbt::limit_to_count(radimo::ktbt::index_of(t_fpa, ktbt_param->Address_CA),
+                                                       ktbt_param->ktbt_index_len);
+    if (kt_array[index] == 0) {
+        RADIMO_ERROR("kt_array is invalid\n");
+        return RADIMO_ERR_PARAM;
+    }
+    *new_nuc = raw_nuc(nuc, kt_array[index], bt_array[index]);
+    return RADIMO_SUCCESS;
+}
+
+}  // extern "C"
