@@ -63,13 +63,6 @@ constexpr int32_t div32(int32_t a, int32_t b) {
     return (b == -1) ? wrap32(-static_cast<int64_t>(a)) : a / b;
 }
 
-// Double to 32-bit integer, truncated toward zero. A value outside the int32
-// range (or NaN) gives INT32_MIN, the platform's "integer indefinite" result,
-// instead of undefined behaviour; its low 16 bits are 0.
-constexpr int32_t trunc_i32(double v) {
-    return (v > -2147483649.0 && v < 2147483648.0) ? static_cast<int32_t>(v) : INT32_MIN;
-}
-
 // Caps an unsigned value at the largest NUC value.
 constexpr uint16_t cap_nuc(uint32_t v) {
     return v > kNucMax ? kNucMax : static_cast<uint16_t>(v);
