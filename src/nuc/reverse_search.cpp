@@ -209,7 +209,12 @@ int reverse_calc_NUC_with_nuc_t_table_len(const uint16_t *nuc_table, uint32_t nu
         RADIMO_ERROR("NUC value is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-    const float target = clamp_target(target_of(temp), nuc_max, nuc_min);
+    // The same opening lines as the standard lookup; one line closes the search.
+    RADIMO_DEBUG("NUC_MAX=%d,NUC_MIN=%d\n", nuc_max, nuc_min);
+    RADIMO_DEBUG("nuc_table[0]=%d\n", first);
+    float target = target_of(temp);
+    RADIMO_DEBUG("target_temp=%f\n", static_cast<double>(target));
+    target = clamp_target(target, nuc_max, nuc_min);
 
     const Stop stop = find_first_stop(nuc_table, len, target);
     if (stop.kind == Stop::Kind::kNone) {

@@ -59,6 +59,9 @@ int reverse_calc_NUC_with_nuc_t_table_len(const uint16_t *nuc_table, uint32_t nu
     if (len != 8192 && len != 16384) return RADIMO_ERROR("nuc_table_len is invalid\n"), RADIMO_ERR_PARAM;
     int hi = std::max(nuc_table[0], nuc_table[len - 1]), lo = std::min(nuc_table[0], nuc_table[len - 1]);
     if (hi == 0) return RADIMO_ERROR("NUC value is invalid\n"), RADIMO_ERR_PARAM;
+    RADIMO_DEBUG("NUC_MAX=%d,NUC_MIN=%d\n", hi, lo);
+    RADIMO_DEBUG("nuc_table[0]=%d\n", nuc_table[0]);
+    RADIMO_DEBUG("target_temp=%f\n", static_cast<float>((temp + 273.15) * 16.0));
     bool exact = false;
     int chosen = 0;
     int i = scan(nuc_table, len, clamped_target(temp, lo, hi), &exact, &chosen);

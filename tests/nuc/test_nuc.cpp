@@ -99,8 +99,12 @@ TEST_F(NucTest, ReverseSearchFailuresAndTheTableLenForm) {
     EXPECT_EQ(nuc, 123);  // a long table is indexed by the NUC value itself
     ASSERT_EQ(reverse_calc_NUC_with_nuc_t_table_len(t.data(), 8192, &nuc, celsius(5005)), RADIMO_SUCCESS);
     EXPECT_EQ(nuc, 202);
-    EXPECT_THAT(log.debug_texts(), ElementsAre("i=123,nuc_value=123, nuc_table[i] = 5230\n",
-                                               "i=100,nuc_value=202, nuc_table[i] = 5000\n"));
+    // The opening lines of the standard lookup, then one closing line per search.
+    EXPECT_THAT(log.debug_texts(),
+                ElementsAre("NUC_MAX=60000,NUC_MIN=4000\n", "nuc_table[0]=4000\n",
+                            "target_temp=5230.000000\n", "i=123,nuc_value=123, nuc_table[i] = 5230\n",
+                            "NUC_MAX=60000,NUC_MIN=4000\n", "nuc_table[0]=4000\n",
+                            "target_temp=5005.000000\n", "i=100,nuc_value=202, nuc_table[i] = 5000\n"));
 }
 
 TEST_F(NucTest, InverseEnvironmentFactorFrameValueAndFlatRuns) {
