@@ -15,13 +15,16 @@ constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
 using radimo::ktbt::IndexLimits;
 
-// bt[index] + kt[index] * nuc in Q14 (rounded), clamped to the NUC range. The
-// gain product of two 16-bit values is formed in 64 bits: it can exceed 2^31.
+// bt[index] + kt[index] * nuc in Q14 (rounded), clamped to the NUC range, in
+// signed 32-bit arithmetic. A product beyond 2^31 (only a gain near 4.0 with a
+// value beyond the 14-bit range reaches it) wraps negative and clamps to 0.
 inline uint16_t corrected_nuc(const ktbt_correct_param_t &p, uint32_t nuc, const IndexLimits &limits) {
     const int32_t t_fpa = radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp);
     const int32_t index = radimo::ktbt::clamped_index(t_fpa, p.Address_CA, limits);
-    const int64_t gained = radimo::fx::q14_round64(static_cast<int64_t>(p.kt_array[index]) * (nuc & 0xFFFFu));
-    return radimo::fx::clamp_nuc(p.bt_array[index] + static_cast<int32_t>(gained));
+    const int32_t product = radimo::fx::mul_wrap32(p.kt_array[index], static_cast<int32_t>(nuc & 0xFFFFu));
+    const int32_t gained =
+        radimo::fx::wrap32(int64_t{product} + radimo::fx::kQ14Half) >> radimo::fx::kQ14Shift;
+    return radimo::fx::clamp_nuc(p.bt_array[index] + gained);
 }
 
 }  // namespace

