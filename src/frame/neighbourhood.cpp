@@ -33,70 +33,68 @@ constexpr uint32_t offset_of(const Geometry &g, int32_t x, int32_t y) {
     return static_cast<uint32_t>(y) * g.width + static_cast<uint32_t>(x);
 }
 
+// The centre of a square, horizontal or vertical neighbourhood.
+struct Centre {
+    int32_t x;
+    int32_t y;
+    uint16_t value;
+};
+
+// Checks the buffers and the centre for the extractor named `caller` and
+// reads the centre value; reports a failure under the caller's name.
+bool locate_centre(const char *caller, const uint16_t *frame, const uint16_t *out, const Geometry &g,
+                   point_t centre, Centre *c) {
+    if (frame == nullptr || out == nullptr) {
+        RADIMO_ERROR_FOR(caller, "data is NULL\n");
+        return false;
+    }
+    c->x = low16_signed(centre.x);
+    c->y = low16_signed(centre.y);
+    if (!inside(g, c->x, c->y)) {
+        RADIMO_ERROR_FOR(caller, "the point is invalid\n");
+        return false;
+    }
+    c->value = frame[offset_of(g, c->x, c->y)];
+    return true;
+}
+
 }  // namespace
 
 extern "C" {
 
 int get_pixel_square_array(const uint16_t *frame, uint32_t resolution, point_t centre, uint32_t size,
                            uint16_t *out) {
-    if (frame == nullptr || out == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
     const Geometry g = decode(resolution);
-    const int32_t cx = low16_signed(centre.x);
-    const int32_t cy = low16_signed(centre.y);
-    if (!inside(g, cx, cy)) {
-        RADIMO_ERROR("the point is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    const uint16_t centre_value = frame[offset_of(g, cx, cy)];
+    Centre c;
+    if (!locate_centre(__func__, frame, out, g, centre, &c)) return RADIMO_ERR_PARAM;
     const int32_t half = half_of(size);
-    for (int32_t r = cy - half; r <= cy + half; ++r) {
+    for (int32_t r = c.y - half; r <= c.y + half; ++r) {
         const bool row_inside = r >= 0 && r < g.height_s16;
-        for (int32_t c = cx - half; c <= cx + half; ++c)
-            *out++ = (row_inside && c >= 0 && c < g.width_s16) ? frame[offset_of(g, c, r)] : centre_value;
+        for (int32_t x = c.x - half; x <= c.x + half; ++x)
+            *out++ = (row_inside && x >= 0 && x < g.width_s16) ? frame[offset_of(g, x, r)] : c.value;
     }
     return RADIMO_SUCCESS;
 }
 
 int get_pixel_horz_neighb_array(const uint16_t *frame, uint32_t resolution, point_t centre, uint32_t size,
                                 uint16_t *out) {
-    if (frame == nullptr || out == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
     const Geometry g = decode(resolution);
-    const int32_t cx = low16_signed(centre.x);
-    const int32_t cy = low16_signed(centre.y);
-    if (!inside(g, cx, cy)) {
-        RADIMO_ERROR("the point is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    const uint16_t centre_value = frame[offset_of(g, cx, cy)];
+    Centre c;
+    if (!locate_centre(__func__, frame, out, g, centre, &c)) return RADIMO_ERR_PARAM;
     const int32_t half = half_of(size);
-    for (int32_t c = cx - half; c <= cx + half; ++c)
-        *out++ = (c >= 0 && c < g.width_s16) ? frame[offset_of(g, c, cy)] : centre_value;
+    for (int32_t x = c.x - half; x <= c.x + half; ++x)
+        *out++ = (x >= 0 && x < g.width_s16) ? frame[offset_of(g, x, c.y)] : c.value;
     return RADIMO_SUCCESS;
 }
 
 int get_pixel_vert_neighb_array(const uint16_t *frame, uint32_t resolution, point_t centre, uint32_t size,
                                 uint16_t *out) {
-    if (frame == nullptr || out == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
     const Geometry g = decode(resolution);
-    const int32_t cx = low16_signed(centre.x);
-    const int32_t cy = low16_signed(centre.y);
-    if (!inside(g, cx, cy)) {
-        RADIMO_ERROR("the point is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    const uint16_t centre_value = frame[offset_of(g, cx, cy)];
+    Centre c;
+    if (!locate_centre(__func__, frame, out, g, centre, &c)) return RADIMO_ERR_PARAM;
     const int32_t half = half_of(size);
-    for (int32_t r = cy - half; r <= cy + half; ++r)
-        *out++ = (r >= 0 && r < g.height_s16) ? frame[offset_of(g, cx, r)] : centre_value;
+    for (int32_t r = c.y - half; r <= c.y + half; ++r)
+        *out++ = (r >= 0 && r < g.height_s16) ? frame[offset_of(g, c.x, r)] : c.value;
     return RADIMO_SUCCESS;
 }
 
