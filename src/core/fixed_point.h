@@ -79,6 +79,15 @@ constexpr int32_t mul_wrap32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
+// Signed 64-bit product and sum that wrap on overflow like the hardware
+// instructions, for 64-bit arithmetic whose inputs are not range-checked.
+constexpr int64_t mul_wrap64(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
+}
+constexpr int64_t add_wrap64(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+
 // A double truncated toward zero and kept in 16 bits, as a 16-bit unsigned
 // holder keeps the converted value (defined for every input).
 constexpr uint16_t trunc_u16(double v) {
