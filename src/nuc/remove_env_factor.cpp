@@ -16,6 +16,10 @@ int reverse_calc_NUC_without_env_correct(const env_factor_t *env_factor, uint32_
         RADIMO_ERROR("env_factor is NULL\n");
         return RADIMO_ERR_PARAM;
     }
+    if (nuc == nullptr) {
+        RADIMO_ERROR("nuc is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
     // A zero gain has no inverse; it is reported instead of divided by.
     if (env_factor->KE == 0) {
         RADIMO_ERROR("env_factor is invalid\n");

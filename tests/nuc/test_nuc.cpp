@@ -117,6 +117,8 @@ TEST_F(NucTest, InverseEnvironmentFactorFrameValueAndFlatRuns) {
     EXPECT_EQ(inverse({32768, 100}, 0x10000u + 900), 500);
     EXPECT_EQ(inverse({16384, -100}, 50), 16383);  // -50 wraps: 65486 in 16 bits, capped
     EXPECT_EQ(inverse({0, 10}, 50), -1);
+    const env_factor_t unit{16384, 0};
+    EXPECT_EQ(reverse_calc_NUC_without_env_correct(&unit, 5, nullptr), RADIMO_ERR_PARAM);
     // 5 x 5 samples 112..156 sum to 3350; without 112 and 156, 3082 = 23 * 134.
     std::vector<uint16_t> frame(10 * 8);
     for (uint32_t i = 0; i < frame.size(); ++i)
@@ -135,6 +137,7 @@ TEST_F(NucTest, InverseEnvironmentFactorFrameValueAndFlatRuns) {
     EXPECT_THAT(kept, ElementsAre(111, 222));
     EXPECT_THAT(log.error_trace(),
                 ElementsAre("src/temp_correct/reverse_calc_NUC_without_env_correct: env_factor is invalid\n",
+                            "src/temp_correct/reverse_calc_NUC_without_env_correct: nuc is NULL\n",
                             "src/libradimo/get_pixel_square_array: the point is invalid\n"));
 }
 
