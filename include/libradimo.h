@@ -553,24 +553,28 @@ RADIMO_API int enhance_distance_temp_correct(const env_correct_param_t *env_corr
 RADIMO_API int reverse_enhance_distance_temp_correct(const env_correct_param_t *env_correct_param,
                                                      const uint16_t *correct_table,
                                                      uint32_t correct_table_arg, float *new_temp, float temp);
-/* Looks a temperature in degC up in a precomputed table of 0.01 degC slots from -100 degC. */
+/* Looks a temperature in degC (-100..1000) up in a precomputed table of 0.01 degC slots from -100 degC:
+ * slot roundf((temp + 100) * 100); an empty slot gives RADIMO_ERR_PARAM. */
 RADIMO_API int get_precomputed_temp(float *result, const float *table, const uint8_t *valid, float temp);
 /* Looks a 16-bit frame value (2271..13970) up in a precomputed table of 11700 slots. */
 RADIMO_API int get_precomputed_temp_with_y14_temp(uint16_t value, float *result, const float *table,
                                                   const uint8_t *valid);
 /* Number of slots of a precomputed-temperature table (-100 .. 1000 degC in 0.01 degC steps). */
 #define RADIMO_PRECOMPUTED_TEMP_SLOTS 110001
-/* Fills every slot from lowest to highest degC of a precomputed table with its corrected value. */
+/* Fills each slot whose temperature -100 + index / 100 degC lies in [lowest, highest] with the forward
+ * correction at that temperature and sets its flag; stops with the code at a failing slot. */
 RADIMO_API int radimo_build_precomputed_temp(const env_correct_param_t *env_correct_param,
                                              const uint16_t *correct_table, float lowest, float highest,
                                              float *table, uint8_t *valid);
-/* Corrects count apparent temperatures (degC) through a precomputed table; misses are computed. */
+/* Corrects count apparent temperatures (degC): a valid slot answers (exact at its lattice temperature,
+ * lookups round to 0.01 degC), a miss is computed; table only read; new_temps partly written on failure. */
 RADIMO_API int enhance_distance_temp_correct_lattice(const env_correct_param_t *env_correct_param,
                                                      const uint16_t *correct_table,
                                                      uint32_t correct_table_arg, const float *table,
                                                      const uint8_t *valid, const float *temps, uint32_t count,
                                                      float *new_temps);
-/* Corrects count frame values (1/16 K) into object temperatures (degC) through a per-call lattice. */
+/* Corrects count frame values (1/16 K, apparent = value * 0.0625 - 273.15 degC) through a per-call lattice,
+ * each equal to the single-value result; new_temps may be partly written on failure. */
 RADIMO_API int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_correct_param,
                                                          const uint16_t *correct_table,
                                                          uint32_t correct_table_arg, const uint16_t *frame,

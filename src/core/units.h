@@ -1,6 +1,8 @@
 // Internal unit constants shared by the temperature code.
 #pragma once
 
+#include <cstdint>
+
 namespace radimo::units {
 
 // Celsius <-> kelvin offset (double precision, as every conversion uses it).
@@ -8,5 +10,12 @@ inline constexpr double kKelvinOffset = 273.15;
 
 // NUC table entries are temperatures in 1/16 K.
 inline constexpr double kTableUnitsPerKelvin = 16.0;
+
+// A temperature in 1/16 K (NUC table entry or 16-bit frame value) in degC:
+// value * 0.0625 in single precision (exact for 16-bit values), 273.15
+// subtracted in double precision, the difference kept as float.
+inline float celsius_of_sixteenths(uint16_t value) {
+    return static_cast<float>(static_cast<double>(static_cast<float>(value) * 0.0625f) - kKelvinOffset);
+}
 
 }  // namespace radimo::units
