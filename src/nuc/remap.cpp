@@ -42,10 +42,8 @@ int calc_temperature_with_nuc_t_table_len(const uint16_t *nuc_table, uint32_t nu
         RADIMO_ERROR("nuc_table_len is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-    const uint16_t v = nuc_table[slot_of(nuc, radimo::nuc::table_len_of(nuc_table_len))];
-    // 1/16 K to kelvin in single precision, the offset subtracted in double.
-    const float kelvin = static_cast<float>(v) * 0.0625f;
-    *temp = static_cast<float>(static_cast<double>(kelvin) - radimo::units::kKelvinOffset);
+    *temp = radimo::units::celsius_of_sixteenths(
+        nuc_table[slot_of(nuc, radimo::nuc::table_len_of(nuc_table_len))]);
     return RADIMO_SUCCESS;
 }
 
