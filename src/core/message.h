@@ -27,10 +27,13 @@ inline constexpr const char kModuleTempCorrect[] = "src/temp_correct";  // every
     ::radimo_debug_print("libradimo debug [%s:%d/%s] " text, (module), __LINE__, \
                          __func__ __VA_OPT__(, ) __VA_ARGS__)
 
-// Error line on behalf of a caller: a shared check helper receives the
-// caller's __func__ and reports under the caller's name.
+// Lines on behalf of a caller: a shared helper receives the caller's
+// __func__ and reports under the caller's name.
 #define RADIMO_ERROR_FOR(function, text, ...)                                        \
     ::radimo_error_print("libradimo error [%s:%d/%s] " text, (kLogModule), __LINE__, \
+                         (function)__VA_OPT__(, ) __VA_ARGS__)
+#define RADIMO_DEBUG_FOR(function, text, ...)                                        \
+    ::radimo_debug_print("libradimo debug [%s:%d/%s] " text, (kLogModule), __LINE__, \
                          (function)__VA_OPT__(, ) __VA_ARGS__)
 
 // Shorthands for translation units that emit from one module: they declare
