@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -124,75 +124,66 @@ TEST_F(SecondCalVersioned, Version1WritesBackAndLogsTheApparentTemperatures) {
 }
 
 TEST_F(SecondCalVersioned, Version2RewritesAllRangesWithOneRangesCoefficients) {
-    // Three ranges that agree only at the calibration entries 299 and 499, so
-    // version 1 on each range alone measures the same coefficients.
-    std::array<SecondCalBench, 3> alone;
-    for (int r : {0, 2})
-        for (int i = 0; i < 1201; ++i) {
-            if (i == 299 || i == 499) continue;
-            alone[r].kt[i] = static_cast<uint16_t>(15000 + 1000 * r + i % 37);
-            alone[r].bt[i] = static_cast<int16_t>(r * 20 - i % 11);
-        }
-    SecondCalBench ranged;
-    const auto run_version2 = [&](uint32_t temp_area, std::array<std::vector<uint16_t>, 3> &kt_out,
-                                  std::array<std::vector<int16_t>, 3> &bt_out) {
-        ranged.tau = raw;
-        ranged.param.env_correct_param = kGrey;
+    // Range 2 is a copy of range 1, and so is range 0 except for a zero gain at
+    // the low calibration entry, which only a measurement on range 0 reads.
+    SecondCalBench one, ranged;
+    for (int i = 0; i < 1201; ++i) {
+        one.kt[i] = static_cast<uint16_t>(15800 + i % 500);
+        one.bt[i] = static_cast<int16_t>(30 - i % 61);
+    }
+    std::vector<uint16_t> kt0 = one.kt;
+    kt0[299] = 0;
+    ranged.param.env_correct_param = kGrey;
+    std::vector<std::vector<uint16_t>> kt(3, std::vector<uint16_t>(1201, 1));
+    std::vector<std::vector<int16_t>> bt(3, std::vector<int16_t>(1201, 1));
+    std::string printed;
+    const auto run = [&](uint32_t temp_area) {
         Versioned v(ranged, temp_area);
-        multi_point_calib_array_v3_t in{{alone[0].kt.data(), alone[1].kt.data(), alone[2].kt.data()},
-                                        {alone[0].bt.data(), alone[1].bt.data(), alone[2].bt.data()},
+        multi_point_calib_array_v3_t in{{kt0.data(), one.kt.data(), one.kt.data()},
+                                        {one.bt.data(), one.bt.data(), one.bt.data()},
                                         ranged.nuc_table.data(),
                                         raw.data(),
                                         0};
+        two_point_calib_result_v3_t out{{kt[0].data(), kt[1].data(), kt[2].data()},
+                                        {bt[0].data(), bt[1].data(), bt[2].data()}};
         v.param.multi_point_calib_array = &in;
-        for (int r = 0; r < 3; ++r) kt_out[r].assign(1201, 1), bt_out[r].assign(1201, 1);
-        two_point_calib_result_v3_t out{{kt_out[0].data(), kt_out[1].data(), kt_out[2].data()},
-                                        {bt_out[0].data(), bt_out[1].data(), bt_out[2].data()}};
         testing::internal::CaptureStdout();
-        EXPECT_EQ(new_ktbt_recal_double_point_calculate_with_version(&v.param, 2, &out), RADIMO_SUCCESS);
-        return testing::internal::GetCapturedStdout();
+        const int rc = new_ktbt_recal_double_point_calculate_with_version(&v.param, 2, &out);
+        printed = testing::internal::GetCapturedStdout();
+        return rc;
     };
-    std::array<std::vector<uint16_t>, 3> kt, kt_again;
-    std::array<std::vector<int16_t>, 3> bt, bt_again;
     log.clear();
-    const std::string printed = run_version2(1, kt, bt);
+    ASSERT_EQ(run(1), RADIMO_SUCCESS);
     std::string coefficients;  // the same four values through the debug printer
     for (const std::string name : {"Kc = ", "Bc = ", "Kd = ", "Bd = "})
         for (const auto &l : log.debugs())
             if (l.function == "KcBc_KdBd_calculate" && l.text.rfind(name, 0) == 0) coefficients += l.text;
     EXPECT_EQ(printed, coefficients);
     EXPECT_EQ(printed.substr(0, 5), "Kc = ");
-    for (int r = 0; r < 3; ++r) {
-        SecondCalBench one = alone[r];
-        ASSERT_EQ(version1(one), RADIMO_SUCCESS);
-        EXPECT_EQ(kt[r], std::vector<uint16_t>(one.new_kt.begin(), one.new_kt.begin() + 1201)) << r;
-        EXPECT_EQ(bt[r], std::vector<int16_t>(one.new_bt.begin(), one.new_bt.begin() + 1201)) << r;
-    }
-    // A different gain at range 0's calibration entry: measured on range 1,
-    // only that entry of range 0 changes; measured on range 0, everything does.
-    alone[0].kt[299] = 17000;
-    run_version2(1, kt_again, bt_again);
-    EXPECT_EQ(kt_again[1], kt[1]);
-    EXPECT_EQ(bt_again[2], bt[2]);
-    EXPECT_NE(kt_again[0][299], kt[0][299]);
-    kt_again[0][299] = kt[0][299];
-    bt_again[0][299] = bt[0][299];
-    EXPECT_EQ(kt_again[0], kt[0]);
-    EXPECT_EQ(bt_again[0], bt[0]);
-    run_version2(0, kt_again, bt_again);
-    EXPECT_NE(bt_again[1], bt[1]);
-    // Length 0: the coefficients are still measured and printed, no array is written.
+    // Range 1 comes out as version 1 makes it; the copies follow with the same coefficients.
+    ASSERT_EQ(version1(one), RADIMO_SUCCESS);
+    EXPECT_EQ(kt[1], std::vector<uint16_t>(one.new_kt.begin(), one.new_kt.begin() + 1201));
+    EXPECT_EQ(bt[1], std::vector<int16_t>(one.new_bt.begin(), one.new_bt.begin() + 1201));
+    EXPECT_EQ(kt[2], kt[1]);
+    EXPECT_EQ(bt[2], bt[1]);
+    EXPECT_EQ(kt[0][299], 0);
+    kt[0][299] = kt[1][299];
+    bt[0][299] = bt[1][299];
+    EXPECT_EQ(kt[0], kt[1]);
+    EXPECT_EQ(bt[0], bt[1]);
+    // Measured on range 0, the zero gain fails the target line.
+    log.clear();
+    EXPECT_EQ(run(0), RADIMO_ERR_KTBT_UPDATE);
+    EXPECT_EQ(log.error_texts()[0], "kt_array is invalid\n");
+    EXPECT_EQ(printed, "");
+    // Length 0: measured and printed, nothing written.
     ranged.calib().ktbt_array_len = 0;
-    const auto untouched = [](const auto &arrays) {
-        for (const auto &a : arrays)
-            for (auto e : a)
-                if (e != 1) return false;
-        return true;
-    };
-    std::array<std::vector<uint16_t>, 3> kt_none;
-    std::array<std::vector<int16_t>, 3> bt_none;
-    EXPECT_EQ(run_version2(1, kt_none, bt_none).substr(0, 5), "Kc = ");
-    EXPECT_TRUE(untouched(kt_none) && untouched(bt_none));
+    for (int r = 0; r < 3; ++r) kt[r].assign(1201, 1), bt[r].assign(1201, 1);
+    ASSERT_EQ(run(1), RADIMO_SUCCESS);
+    EXPECT_EQ(printed.substr(0, 5), "Kc = ");
+    for (int r = 0; r < 3; ++r)
+        EXPECT_TRUE(std::all_of(kt[r].begin(), kt[r].end(), [](int e) { return e == 1; }) &&
+                    std::all_of(bt[r].begin(), bt[r].end(), [](int e) { return e == 1; }));
 }
 
 }  // namespace
