@@ -38,6 +38,14 @@ constexpr int32_t trunc_i32(double v) {
     return static_cast<int32_t>(v);
 }
 
+// Truncation toward zero of a double into a signed 64-bit integer, defined
+// for every input: NaN and values outside the int64 range give INT64_MIN, the
+// value the x86-64 conversion instruction produces.
+constexpr int64_t trunc_i64(double v) {
+    if (!(v >= -9223372036854775808.0 && v < 9223372036854775808.0)) return INT64_MIN;
+    return static_cast<int64_t>(v);
+}
+
 // Clamp into [lo, hi].
 constexpr int32_t clamp(int32_t v, int32_t lo, int32_t hi) {
     return v < lo ? lo : (v > hi ? hi : v);
@@ -86,6 +94,9 @@ constexpr int64_t mul_wrap64(int64_t a, int64_t b) {
 }
 constexpr int64_t add_wrap64(int64_t a, int64_t b) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+constexpr int64_t sub_wrap64(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) - static_cast<uint64_t>(b));
 }
 
 // A double truncated toward zero and kept in 16 bits, as a 16-bit unsigned
