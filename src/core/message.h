@@ -36,12 +36,6 @@ inline constexpr const char kModuleTempCorrect[] = "src/temp_correct";  // every
     ::radimo_debug_print("libradimo debug [%s:%d/%s] " text, (kLogModule), __LINE__, \
                          (function)__VA_OPT__(, ) __VA_ARGS__)
 
-// Debug line on behalf of a caller, the counterpart of RADIMO_ERROR_FOR for
-// shared steps whose debug lines name the function that runs them.
-#define RADIMO_DEBUG_FOR(function, text, ...)                                        \
-    ::radimo_debug_print("libradimo debug [%s:%d/%s] " text, (kLogModule), __LINE__, \
-                         (function)__VA_OPT__(, ) __VA_ARGS__)
-
 // Shorthands for translation units that emit from one module: they declare
 //   namespace { constexpr const char *kLogModule = radimo::kModule...; }
 #define RADIMO_ERROR(text, ...) RADIMO_ERROR_IN(kLogModule, text __VA_OPT__(, ) __VA_ARGS__)
