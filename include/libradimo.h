@@ -734,8 +734,8 @@ RADIMO_API extern double target_temp_table_diff_v3[44];  /* K, 25.0 x23 then 50.
 RADIMO_API extern double target_temp_list_of_ems_table_v1[86]; /* K, 223.15 .. 1073.15 step 10 */
 RADIMO_API extern double org_ems_list_of_ems_table_v1[20];     /* 0.80 .. 0.99 step 0.01 */
 RADIMO_API extern double ems_correct_table_v1[1720];           /* [ti * 20 + ei] corrected emissivity */
-RADIMO_API extern double
-    target_temp_list_of_ems_table_v2[81]; /* K, 223.15 .. 823.15 step 10, .. 1823.15 step 50 */
+/* K, 223.15 .. 823.15 step 10, then .. 1823.15 step 50 */
+RADIMO_API extern double target_temp_list_of_ems_table_v2[81];
 RADIMO_API extern double org_ems_list_of_ems_table_v2[100]; /* 0.800 .. 0.998 step 0.002 */
 RADIMO_API extern double ems_correct_table_v2[8100];        /* [ti * 100 + ei] corrected emissivity */
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Compares the library's exported dynamic symbols with the documented API.
 #   check_exports.sh <library> <symbols dir> <public header>
-# The symbols dir holds one list per subsystem, one symbol per line.
-# Every listed symbol must also be declared in the public header.
+# The symbols dir holds one list per subsystem, one symbol per line. The lists,
+# the exports and the header's RADIMO_API declarations must all agree.
 set -euo pipefail
 lib=$1 dir=$2 header=$3
 
@@ -19,8 +19,13 @@ missing=$(comm -23 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$actu
 extra=$(comm -13 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$actual"))
 [ -z "$missing" ] || { echo "documented but not exported:"; echo "$missing"; status=1; }
 [ -z "$extra" ] || { echo "exported but not documented:"; echo "$extra"; status=1; }
-for sym in $expected; do
-    grep -qw -- "$sym" "$header" || { echo "listed but not declared in the header: $sym"; status=1; }
-done
+# Every RADIMO_API declaration of the header (comments removed, statements
+# joined) names one symbol: the identifier before its "(" or "[".
+declared=$(sed -e 's|/\*.*\*/||g' -e '/^[[:space:]]*#/d' "$header" | tr '\n' ' ' | tr ';' '\n' | grep 'RADIMO_API' |
+           sed -E 's/^.*RADIMO_API//; s/[[(].*$//; s/.*[^A-Za-z0-9_]([A-Za-z_][A-Za-z0-9_]*)[[:space:]]*$/\1/' | sort -u)
+undeclared=$(comm -23 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$declared"))
+unlisted=$(comm -13 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$declared"))
+[ -z "$undeclared" ] || { echo "listed but not declared in the header:"; echo "$undeclared"; status=1; }
+[ -z "$unlisted" ] || { echo "declared in the header but not listed:"; echo "$unlisted"; status=1; }
 [ $status -eq 0 ] && echo "$(printf '%s\n' "$expected" | wc -l) exported symbols match the documented API"
 exit $status
