@@ -46,12 +46,8 @@ int enhance_distance_temp_correct_lattice(const env_correct_param_t *env_correct
                                           const float *table, const uint8_t *valid, const float *temps,
                                           uint32_t count, float *new_temps) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     if (table == nullptr || valid == nullptr || temps == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
@@ -75,11 +71,8 @@ int enhance_distance_temp_correct_lattice(const env_correct_param_t *env_correct
             }
         }
         float object = 0.0f;
-        const ForwardFault fault = enhanced_forward(view, *env_correct_param, temp, &object);
-        if (fault != ForwardFault::kNone) {
-            RADIMO_FORWARD_FAULT_LINE(fault);
-            return forward_fault_code(fault);
-        }
+        const int rc = enhanced_forward(__func__, view, *env_correct_param, temp, &object);
+        if (rc != RADIMO_SUCCESS) return rc;
         new_temps[i] = object;
     }
     return RADIMO_SUCCESS;
@@ -99,12 +92,8 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
                                               const uint16_t *correct_table, uint32_t /*correct_table_arg*/,
                                               const uint16_t *frame, uint32_t count, float *new_temps) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     if (frame == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
@@ -128,11 +117,8 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
             continue;
         }
         const float apparent = radimo::units::celsius_of_sixteenths(value);
-        const ForwardFault fault = enhanced_forward(view, *env_correct_param, apparent, &object);
-        if (fault != ForwardFault::kNone) {
-            RADIMO_FORWARD_FAULT_LINE(fault);
-            return forward_fault_code(fault);
-        }
+        const int rc = enhanced_forward(__func__, view, *env_correct_param, apparent, &object);
+        if (rc != RADIMO_SUCCESS) return rc;
         if (slotted) {
             lattice[slot] = object;
             filled[slot] = 1;

@@ -63,13 +63,21 @@ inline float celsius_result(double root) {
     return static_cast<float>(static_cast<double>(static_cast<float>(root)) - units::kKelvinOffset);
 }
 
-}  // namespace radimo::radiometry
+// Fourth power of the degC members' temperature argument: its kelvin value,
+// alone of all the terms, is rounded to float before the power.
+inline double pow4_of_celsius(float celsius) {
+    return pow4(static_cast<float>(kelvin(celsius)));
+}
 
-// The three failure lines, emitted from the member itself so that the
-// function field names it. The failure does not tell which check failed.
-#define RADIMO_GREY_BODY_FAILURE_LINES(ems, tau)              \
-    do {                                                      \
-        RADIMO_ERROR("ems=%f\n\n", static_cast<double>(ems)); \
-        RADIMO_ERROR("tau=%d\n\n", static_cast<int>(tau));    \
-        RADIMO_ERROR("data is invalid\n");                    \
-    } while (0)
+// Checks the arguments for the member named `caller`. On failure prints the
+// three failure lines under its name; they do not tell which check failed.
+inline bool grey_body_args_checked(const char *caller, const float *result, float ems, uint16_t tau) {
+    if (grey_body_args_ok(result, ems, tau)) return true;
+    constexpr const char *kLogModule = kModuleTempCorrect;
+    RADIMO_ERROR_FOR(caller, "ems=%f\n\n", static_cast<double>(ems));
+    RADIMO_ERROR_FOR(caller, "tau=%d\n\n", static_cast<int>(tau));
+    RADIMO_ERROR_FOR(caller, "data is invalid\n");
+    return false;
+}
+
+}  // namespace radimo::radiometry
