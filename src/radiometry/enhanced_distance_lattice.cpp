@@ -13,9 +13,8 @@
 // line for them, and values outside the table's range are computed without
 // asking it at all (its out-of-range lines are errors).
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "core/units.h"
 #include "libradimo.h"
@@ -25,11 +24,7 @@
 namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
-struct FreeDeleter {
-    void operator()(void *block) const { std::free(block); }
-};
-template <typename T>
-using HeapBlock = std::unique_ptr<T[], FreeDeleter>;
+using radimo::HeapBlock;
 
 }  // namespace
 
@@ -101,9 +96,10 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
     if (count == 0) return RADIMO_SUCCESS;
 
     const correct_table_t view = raw_table_view(correct_table);
-    const HeapBlock<float> lattice(static_cast<float *>(std::malloc(kFrameValueSlots * sizeof(float))));
-    const HeapBlock<uint8_t> filled(static_cast<uint8_t *>(std::calloc(kFrameValueSlots, 1)));
-    const bool have_lattice = lattice != nullptr && filled != nullptr;
+    const HeapBlock<float> lattice(kFrameValueSlots);
+    HeapBlock<uint8_t> filled;
+    filled.allocate_zeroed(kFrameValueSlots);
+    const bool have_lattice = lattice && filled;
 
     for (uint32_t i = 0; i < count; ++i) {
         const uint16_t value = frame[i];
