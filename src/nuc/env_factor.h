@@ -81,7 +81,7 @@ constexpr int64_t new_nuc_of(const nuc_factor_t &f, int32_t sixteenths) {
 // Degrees Celsius of a whole-kelvin temperature as the table lookups take it:
 // the integer as float, the offset subtracted in double, the result as float.
 constexpr float celsius_of_kelvin(int32_t kelvin) {
-    return static_cast<float>(static_cast<double>(static_cast<float>(kelvin)) - units::kKelvinOffset);
+    return units::celsius_float(static_cast<float>(kelvin));
 }
 
 // NUC of a temperature (degC) by the reverse lookup in an 8192-entry table,

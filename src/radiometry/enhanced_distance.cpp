@@ -26,22 +26,14 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
 using radimo::radiometry::DistanceBound;
+using radimo::units::celsius_float;
+using radimo::units::kelvin_float;
 
 constexpr double kMaxEms = 1.0;
 constexpr double kMaxHum = 1.0;
 constexpr double kMaxDist = 1000.0;  // m, forward direction and frame variants
 constexpr double kMinAirTemp = -radimo::units::kKelvinOffset;
 constexpr double kMaxAirTemp = 100.0;
-
-// Celsius -> kelvin, formed in double precision and kept as float.
-float kelvin_float(float celsius) {
-    return static_cast<float>(static_cast<double>(celsius) + radimo::units::kKelvinOffset);
-}
-
-// Kelvin -> celsius, formed in double precision and kept as float.
-float celsius_float(float kelvin) {
-    return static_cast<float>(static_cast<double>(kelvin) - radimo::units::kKelvinOffset);
-}
 
 bool air_temp_invalid(float t) {
     return t < kMinAirTemp || t > kMaxAirTemp;

@@ -60,13 +60,13 @@ inline double non_negative(double n) {
 // Celsius result: the root rounded to float, then 273.15 subtracted and the
 // difference rounded to float again.
 inline float celsius_result(double root) {
-    return static_cast<float>(static_cast<double>(static_cast<float>(root)) - units::kKelvinOffset);
+    return units::celsius_float(static_cast<float>(root));
 }
 
 // Fourth power of the degC members' temperature argument: its kelvin value,
 // alone of all the terms, is rounded to float before the power.
 inline double pow4_of_celsius(float celsius) {
-    return pow4(static_cast<float>(kelvin(celsius)));
+    return pow4(units::kelvin_float(celsius));
 }
 
 // Checks the arguments for the member named `caller`. On failure prints the
