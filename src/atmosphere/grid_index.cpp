@@ -27,15 +27,19 @@ uint16_t nearest_index(const double *grid, int count, double v) {
     return static_cast<uint16_t>(v - grid[i - 1] <= grid[i] - v ? i - 1 : i);
 }
 
+// Refuses a NULL index pointer under the caller's name.
+bool index_missing(const char *caller, const uint16_t *index) {
+    if (index != nullptr) return false;
+    RADIMO_ERROR_FOR(caller, "data is NULL\n");
+    return true;
+}
+
 }  // namespace
 
 extern "C" {
 
 int get_hum_index(uint16_t *index, float hum) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     if (hum < 0.0 || hum > 1.0) {
         RADIMO_ERROR("humidity is invalid\n");
         return RADIMO_ERR_PARAM;
@@ -57,10 +61,7 @@ int get_hum_index(uint16_t *index, float hum) {
 // Only the first 13 rows are searched: the duplicate 55 degC row is never
 // written. The range check reuses the distance writer's text on purpose.
 int get_temp_write_index(uint16_t *index, float ta) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     if (ta < -5.0f || ta > 55.0f) {
         RADIMO_ERROR("d is invalid\n");
         return RADIMO_ERR_PARAM;
@@ -70,10 +71,7 @@ int get_temp_write_index(uint16_t *index, float ta) {
 }
 
 int get_temp_read_index(uint16_t *index, float ta) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     const double v = ta;
     if (std::fabs(v - temp_table[13]) < kGridTolerance) {
         *index = 13;  // exactly 55 degC reads the fourteenth row
@@ -94,10 +92,7 @@ int get_temp_read_index(uint16_t *index, float ta) {
 }
 
 int get_dist_write_index(uint16_t *index, float dist) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     // Range checks on the widened float (the ambient-temperature writer's are single precision).
     if (0.2499 >= dist || dist >= 50.0001) {
         RADIMO_ERROR("d is invalid\n");
@@ -108,10 +103,7 @@ int get_dist_write_index(uint16_t *index, float dist) {
 }
 
 int get_dist_read_index(uint16_t *index, float dist) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     if (dist < 0.25f || dist >= 50.0f) {
         RADIMO_ERROR("dist is invalid\n");
         return RADIMO_ERR_PARAM;
@@ -125,10 +117,7 @@ int get_dist_read_index(uint16_t *index, float dist) {
 }
 
 int get_target_temp_write_index(uint16_t *index, float target_temp) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     if (248.1499 >= target_temp || target_temp >= 1623.1501) {
         RADIMO_ERROR("target tempperature is invalid\n");
         return RADIMO_ERR_PARAM;
@@ -140,10 +129,7 @@ int get_target_temp_write_index(uint16_t *index, float target_temp) {
 // The search stops at the last row (55): a target temperature above
 // 1623.15 K reads that row instead of running past the grid.
 int get_target_temp_read_index(uint16_t *index, float target_temp) {
-    if (index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (index_missing(__func__, index)) return RADIMO_ERR_PARAM;
     const double v = target_temp;
     if (v <= target_temp_table[0] - kGridTolerance) {
         *index = 0;

@@ -34,7 +34,7 @@ int write_tau_with_target_temp_and_dist(uint16_t *table, int tau_value, float te
     }
     uint16_t ti = 0;
     uint16_t d = 0;
-    const auto kelvin = static_cast<float>(temp + radimo::units::kKelvinOffset);
+    const float kelvin = radimo::units::kelvin_float(temp);
     if (get_target_temp_write_index(&ti, kelvin) != RADIMO_SUCCESS) return RADIMO_ERR_TEMP_INDEX;
     if (ti == kTargetRows) {  // cannot occur; kept as a guard
         RADIMO_ERROR("target temperature index not found\n");
@@ -60,7 +60,7 @@ int read_tau_with_target_temp_and_dist(const uint16_t *table, uint16_t *tau, flo
         return RADIMO_ERR_PARAM;
     }
     const uint16_t *values = has_header(table) ? table + kHeaderWords : table;
-    const auto kelvin = static_cast<float>(temp + radimo::units::kKelvinOffset);
+    const float kelvin = radimo::units::kelvin_float(temp);
     uint16_t ti = 0;
     uint16_t d = 0;
     if (get_target_temp_read_index(&ti, kelvin) != RADIMO_SUCCESS) return RADIMO_ERR_TEMP_INDEX;

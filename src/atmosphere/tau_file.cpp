@@ -22,10 +22,19 @@ public:
     TauFile(const TauFile &) = delete;
     TauFile &operator=(const TauFile &) = delete;
 
-    bool is_open() const { return stream_ != nullptr; }
-    bool seek_element(int index) {
+    // Checks the open and moves to element `index`; a failure is reported
+    // under the caller's name.
+    int seek_element(const char *caller, int index) {
+        if (stream_ == nullptr) {
+            RADIMO_ERROR_FOR(caller, "file open fail\n");
+            return RADIMO_ERR_FILE;
+        }
         const long offset = 2L * static_cast<uint16_t>(index);
-        return std::fseek(stream_, offset, SEEK_SET) == 0;
+        if (std::fseek(stream_, offset, SEEK_SET) != 0) {
+            RADIMO_ERROR_FOR(caller, "file seek fail\n");
+            return RADIMO_ERR_FILE;
+        }
+        return RADIMO_SUCCESS;
     }
     std::FILE *stream() const { return stream_; }
 
@@ -43,14 +52,8 @@ int tau_data_read(const char *file_name, int index, uint16_t *tau_value) {
         return RADIMO_ERR_PARAM;
     }
     TauFile file(file_name, "rb");
-    if (!file.is_open()) {
-        RADIMO_ERROR("file open fail\n");
-        return RADIMO_ERR_FILE;
-    }
-    if (!file.seek_element(index)) {
-        RADIMO_ERROR("file seek fail\n");
-        return RADIMO_ERR_FILE;
-    }
+    const int rc = file.seek_element(__func__, index);
+    if (rc != RADIMO_SUCCESS) return rc;
     uint16_t value = 0;
     if (std::fread(&value, sizeof value, 1, file.stream()) != 1) {
         RADIMO_ERROR("file read fail\n");
@@ -67,14 +70,8 @@ int tau_data_write(const char *file_name, int index, int tau_value) {
         return RADIMO_ERR_PARAM;
     }
     TauFile file(file_name, "rb+");
-    if (!file.is_open()) {
-        RADIMO_ERROR("file open fail\n");
-        return RADIMO_ERR_FILE;
-    }
-    if (!file.seek_element(index)) {
-        RADIMO_ERROR("file seek fail\n");
-        return RADIMO_ERR_FILE;
-    }
+    const int rc = file.seek_element(__func__, index);
+    if (rc != RADIMO_SUCCESS) return rc;
     const uint16_t value = radimo::fx::low16(tau_value);
     if (std::fwrite(&value, sizeof value, 1, file.stream()) != 1) {
         RADIMO_ERROR("file write fail\n");

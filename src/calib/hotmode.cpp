@@ -2,8 +2,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "calib/heap_block.h"
 #include "calib/nuc_table_layout.h"
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "libradimo.h"
 
@@ -31,7 +31,7 @@ int hotmode_reverse(const uint16_t *src, uint32_t count, uint16_t *dst) {
     }
     if (count == 0) return RADIMO_SUCCESS;
     // Through a copy, so that src and dst may be the same array.
-    radimo::calib::HeapBlock<uint16_t> copy(count);
+    radimo::HeapBlock<uint16_t> copy(count);
     if (!copy) {
         RADIMO_ERROR("input param is invalid\n");
         return RADIMO_ERR_PARAM;

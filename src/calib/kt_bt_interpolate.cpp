@@ -2,8 +2,8 @@
 // interpolated in between.
 #include <cstdint>
 
-#include "calib/heap_block.h"
 #include "core/fixed_point.h"
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "libradimo.h"
 
@@ -79,7 +79,7 @@ int new_kt_bt_table_interpolate(uint8_t point_num, uint16_t table_len, const uin
 
     // Old-array copies and position maps, len floats each, in one block (no
     // index ramps: the interpolation is evaluated at x = j directly).
-    radimo::calib::HeapBlock<float> work(4 * static_cast<std::size_t>(len));
+    radimo::HeapBlock<float> work(4 * static_cast<std::size_t>(len));
     if (!work) {
         RADIMO_ERROR("input param is NULL\n");
         return RADIMO_ERR_PARAM;

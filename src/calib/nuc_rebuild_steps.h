@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "calib/heap_block.h"
+#include "core/heap_block.h"
 #include "libradimo.h"
 
 namespace radimo::calib {

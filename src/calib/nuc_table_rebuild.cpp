@@ -2,6 +2,7 @@
 #include <cstdint>
 
 #include "calib/nuc_rebuild_steps.h"
+#include "core/fixed_point.h"
 #include "core/message.h"
 #include "libradimo.h"
 
@@ -18,7 +19,7 @@ int rebuild_nuc_table(const char *caller, uint16_t *nuc_table, multi_point_nuc_t
         RADIMO_ERROR_FOR(caller, "input param is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-    NucRebuild rebuild(nuc_table, points, num & 0xFFFFu, units);
+    NucRebuild rebuild(nuc_table, points, radimo::fx::low16(num), units);
     // Rejected before anything is mirrored or reversed: fewer than two points
     // leave the map unfilled, and settings beyond it would fill past its end.
     if (!rebuild.points_fit() || !rebuild.allocate() || !rebuild.enter_hot_mode()) {
@@ -80,7 +81,7 @@ int multi_point_calc_new_nuc_table_with_version(multi_point_calib_param_t *multi
             ? static_cast<multi_point_calib_array_v3_t *>(multi_point_param->multi_point_calib_array)
                   ->nuc_table
             : static_cast<multi_point_calib_array_t *>(multi_point_param->multi_point_calib_array)->nuc_table;
-    const uint32_t count = multi_point_param->calib_point_num & 0xFFFFu;
+    const uint32_t count = radimo::fx::low16(multi_point_param->calib_point_num);
     if (multi_point_calc_new_nuc_table_with_version3(old_table, multi_point_param->multi_point_nuc, count,
                                                      new_nuc_table) != RADIMO_SUCCESS) {
         RADIMO_ERROR("multi_point_calc_new_nuc_table_with_version failed\n");

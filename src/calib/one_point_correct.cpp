@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <cstring>
 
-#include "calib/heap_block.h"
 #include "calib/nuc_table_layout.h"
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "libradimo.h"
 
 namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
-using radimo::calib::HeapBlock;
+using radimo::HeapBlock;
 using radimo::calib::kRebuildTableLen;
 using radimo::calib::kStandardTableLen;
 

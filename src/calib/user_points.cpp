@@ -8,20 +8,18 @@
 #include <cstdint>
 
 #include "calib/user_points.h"
-#include "core/message.h"
 #include "libradimo.h"
 
 namespace {
 
-constexpr const char *kLogModule = radimo::kModuleTempCorrect;
-
-using radimo::calib::LookupForm;
 using radimo::calib::OutputForm;
 using radimo::calib::PointArrays;
+using radimo::calib::PointSteps;
 using radimo::calib::ResultMessage;
 
 PointArrays point_arrays(const multi_point_calib_array_t &arrays, const two_point_calib_result_t &result) {
-    return PointArrays{arrays.nuc_table, arrays.kt_array, arrays.bt_array, result.kt_array, result.bt_array};
+    return PointArrays{arrays.nuc_table, arrays.kt_array,      arrays.bt_array,         result.kt_array,
+                       result.bt_array,  arrays.correct_table, arrays.correct_table_arg};
 }
 
 // Correction modes: 0-3 environment factor, 4-7 enhanced-distance reverse
@@ -46,31 +44,14 @@ int multi_point_calc_user_defined_nuc(second_cal_param_t *multi_point_param, uin
                                            temp, multi_point_nuc, ResultMessage::kCalibArray, __func__)) {
         return RADIMO_ERR_PARAM;
     }
-    const multi_point_calib_array_t &arrays = *multi_point_calib_array;
-    const second_calib_param_t &param = multi_point_param->second_calib_param;
-    const env_correct_param_t &scene = multi_point_param->env_correct_param;
-    int rc = radimo::calib::compute_output_nuc(OutputForm::kStandard,
-                                               point_arrays(arrays, *two_point_calib_result), param,
-                                               temp->output_temp, &multi_point_nuc->output_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-
-    if (uses_enhanced_distance(correct_mode)) {
-        rc = radimo::calib::correct_setting_temp(scene, arrays.correct_table, arrays.correct_table_arg,
-                                                 &temp->setting_temp, __func__);
-        if (rc != RADIMO_SUCCESS) return rc;
-    }
-    uint16_t setting_nuc = 0;
-    rc = radimo::calib::lookup_setting_nuc(LookupForm::kStandard, arrays.nuc_table, param.nuc_table_len,
-                                           temp->setting_temp, &setting_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    if (uses_environment_factor(correct_mode)) {
-        // The correct table is the environment tau table in these modes.
-        rc = radimo::calib::remove_environment(scene, arrays.correct_table, arrays.nuc_table, &setting_nuc,
-                                               __func__);
-        if (rc != RADIMO_SUCCESS) return rc;
-    }
-    multi_point_nuc->setting_nuc = setting_nuc;
-    return RADIMO_SUCCESS;
+    // The correct table is the environment tau table in modes 0-3, the raw
+    // correction table in modes 4-7.
+    const env_correct_param_t *scene = &multi_point_param->env_correct_param;
+    const PointSteps steps{OutputForm::kStandard, uses_enhanced_distance(correct_mode) ? scene : nullptr,
+                           uses_environment_factor(correct_mode) ? scene : nullptr};
+    return radimo::calib::compute_point(
+        steps, point_arrays(*multi_point_calib_array, *two_point_calib_result),
+        multi_point_param->second_calib_param, temp, multi_point_nuc, __func__);
 }
 
 // Always the environment factor of the first scene; never the
@@ -84,21 +65,10 @@ int multi_point_calc_user_defined_nuc_with_version1(advanced_second_cal_param_t 
                                            temp, multi_point_nuc, ResultMessage::kResult, __func__)) {
         return RADIMO_ERR_PARAM;
     }
-    const multi_point_calib_array_t &arrays = *multi_point_calib_array;
-    const second_calib_param_t &param = multi_point_param->second_calib_param;
-    int rc = radimo::calib::compute_output_nuc(OutputForm::kStandard,
-                                               point_arrays(arrays, *two_point_calib_result), param,
-                                               temp->output_temp, &multi_point_nuc->output_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    uint16_t setting_nuc = 0;
-    rc = radimo::calib::lookup_setting_nuc(LookupForm::kStandard, arrays.nuc_table, param.nuc_table_len,
-                                           temp->setting_temp, &setting_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    rc = radimo::calib::remove_environment(multi_point_param->high_env_correct_param, arrays.correct_table,
-                                           arrays.nuc_table, &setting_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    multi_point_nuc->setting_nuc = setting_nuc;
-    return RADIMO_SUCCESS;
+    const PointSteps steps{OutputForm::kStandard, nullptr, &multi_point_param->high_env_correct_param};
+    return radimo::calib::compute_point(
+        steps, point_arrays(*multi_point_calib_array, *two_point_calib_result),
+        multi_point_param->second_calib_param, temp, multi_point_nuc, __func__);
 }
 
 // 3601-entry arrays and table-length lookups; always the enhanced-distance
@@ -112,21 +82,10 @@ int multi_point_calc_user_defined_nuc_with_version2(advanced_second_cal_param_t 
                                            temp, multi_point_nuc, ResultMessage::kResult, __func__)) {
         return RADIMO_ERR_PARAM;
     }
-    const multi_point_calib_array_t &arrays = *multi_point_calib_array;
-    const second_calib_param_t &param = multi_point_param->second_calib_param;
-    int rc =
-        radimo::calib::compute_output_nuc(OutputForm::kLong, point_arrays(arrays, *two_point_calib_result),
-                                          param, temp->output_temp, &multi_point_nuc->output_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    rc = radimo::calib::correct_setting_temp(multi_point_param->high_env_correct_param, arrays.correct_table,
-                                             arrays.correct_table_arg, &temp->setting_temp, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    uint16_t setting_nuc = 0;
-    rc = radimo::calib::lookup_setting_nuc(LookupForm::kTableLength, arrays.nuc_table, param.nuc_table_len,
-                                           temp->setting_temp, &setting_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    multi_point_nuc->setting_nuc = setting_nuc;
-    return RADIMO_SUCCESS;
+    const PointSteps steps{OutputForm::kLong, &multi_point_param->high_env_correct_param, nullptr};
+    return radimo::calib::compute_point(
+        steps, point_arrays(*multi_point_calib_array, *two_point_calib_result),
+        multi_point_param->second_calib_param, temp, multi_point_nuc, __func__);
 }
 
 }  // extern "C"

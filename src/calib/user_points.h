@@ -32,13 +32,30 @@ enum class LookupForm {
     kTableLength,  // reverse_calc_NUC_with_nuc_t_table_len with the record's nuc_table_len
 };
 
-// The old and the new KT/BT arrays of one point, with its NUC table.
+// The old and the new KT/BT arrays of one point, with its NUC table and
+// correct table.
 struct PointArrays {
     const uint16_t *nuc_table;
     const uint16_t *old_kt;
     const int16_t *old_bt;
     const uint16_t *new_kt;
     const int16_t *new_bt;
+    const uint16_t *correct_table;
+    uint32_t correct_table_arg;
+};
+
+// The steps a member runs. The setting side looks up with the output side's
+// table length: the 8192-entry lookup for OutputForm::kStandard, the
+// table-length lookup otherwise.
+struct PointSteps {
+    OutputForm output;
+    // Scene of the enhanced-distance reverse correction of setting_temp
+    // before the lookup (the correct table is the raw correction table), or
+    // nullptr for none.
+    const env_correct_param_t *reverse_scene;
+    // Scene whose environment factor is taken out of setting_nuc after the
+    // lookup (the correct table is the environment tau table), or nullptr.
+    const env_correct_param_t *environment_scene;
 };
 
 // The message a member gives for missing result arrays.
@@ -61,27 +78,18 @@ bool arrays_present(const multi_point_calib_array_v3_t &arrays);
 bool arrays_present(const two_point_calib_result_t &result);
 bool arrays_present(const two_point_calib_result_v3_t &result);
 
-// output_nuc of output_temp, written in place step by step (a failure may
-// leave a partial value). The reverse KT/BT step's result code is
-// deliberately ignored: when it fails, the looked-up value goes on to the
-// forward correction unchanged. Returns 0, RADIMO_ERR_REVERSE_NUC or
-// RADIMO_ERR_KTBT_CORRECT.
-int compute_output_nuc(OutputForm form, const PointArrays &arrays, const second_calib_param_t &param,
-                       float output_temp, uint16_t *output_nuc, const char *caller);
-
-// Replaces *setting_temp by its apparent temperature under the scene (the
-// correction reads the field and writes the result into it). Returns 0 or
-// RADIMO_ERR_REVERSE_TEMP.
-int correct_setting_temp(const env_correct_param_t &scene, const uint16_t *correct_table,
-                         uint32_t correct_table_arg, float *setting_temp, const char *caller);
+// One point: output_nuc of output_temp, written in place step by step (a
+// failure may leave a partial value), then setting_nuc, written only when
+// every step succeeds. The reverse KT/BT step's result code is deliberately
+// ignored: when it fails, the looked-up value goes on to the forward
+// correction unchanged. Reports under the caller's name; returns 0 or the
+// failed step's code. *temp's setting_temp is overwritten by the reverse
+// correction, when it runs.
+int compute_point(const PointSteps &steps, const PointArrays &arrays, const second_calib_param_t &param,
+                  multi_point_temp_t *temp, multi_point_nuc_t *nuc, const char *caller);
 
 // NUC value of setting_temp. Returns 0 or RADIMO_ERR_REVERSE_NUC.
 int lookup_setting_nuc(LookupForm form, const uint16_t *nuc_table, uint32_t nuc_table_len, float setting_temp,
-                       uint16_t *setting_nuc, const char *caller);
-
-// Takes the scene's environment factor (tau from the environment tau table)
-// out of *setting_nuc. Returns 0, RADIMO_ERR_ENV_FACTOR or RADIMO_ERR_REVERSE_NUC.
-int remove_environment(const env_correct_param_t &scene, const uint16_t *tau_table, const uint16_t *nuc_table,
                        uint16_t *setting_nuc, const char *caller);
 
 }  // namespace radimo::calib

@@ -42,25 +42,17 @@ int multi_point_calc_user_defined_nuc_with_version3(
         return RADIMO_ERR_PARAM;
     }
     const uint32_t r = param->temp_area;
-    const radimo::calib::PointArrays arrays{input->nuc_table, input->kt_array[r], input->bt_array[r],
+    const radimo::calib::PointArrays arrays{input->nuc_table,
+                                            input->kt_array[r],
+                                            input->bt_array[r],
                                             two_point_calib_result->kt_array[r],
-                                            two_point_calib_result->bt_array[r]};
-    const second_calib_param_t &second = param->multi_point_param->second_calib_param;
-    multi_point_temp_t &temp = *param->multi_point_temp;
-    int rc =
-        radimo::calib::compute_output_nuc(radimo::calib::OutputForm::kRanges, arrays, second,
-                                          temp.output_temp, &param->multi_point_nuc->output_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    rc = radimo::calib::correct_setting_temp(param->multi_point_param->high_env_correct_param,
-                                             input->correct_table, input->correct_table_arg,
-                                             &temp.setting_temp, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    uint16_t setting_nuc = 0;
-    rc = radimo::calib::lookup_setting_nuc(radimo::calib::LookupForm::kTableLength, input->nuc_table,
-                                           second.nuc_table_len, temp.setting_temp, &setting_nuc, __func__);
-    if (rc != RADIMO_SUCCESS) return rc;
-    param->multi_point_nuc->setting_nuc = setting_nuc;
-    return RADIMO_SUCCESS;
+                                            two_point_calib_result->bt_array[r],
+                                            input->correct_table,
+                                            input->correct_table_arg};
+    const radimo::calib::PointSteps steps{radimo::calib::OutputForm::kRanges,
+                                          &param->multi_point_param->high_env_correct_param, nullptr};
+    return radimo::calib::compute_point(steps, arrays, param->multi_point_param->second_calib_param,
+                                        param->multi_point_temp, param->multi_point_nuc, __func__);
 }
 
 }  // extern "C"

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/fixed_point.h"
 #include "libradimo.h"
 
 namespace radimo::frame {
@@ -18,8 +19,8 @@ struct Geometry {
 };
 
 constexpr Geometry decode(uint32_t resolution) {
-    return Geometry{resolution & 0xFFFFu, resolution >> 16, static_cast<int16_t>(resolution & 0xFFFFu),
-                    static_cast<int16_t>(resolution >> 16)};
+    return Geometry{fx::low16(resolution), resolution >> 16, fx::low16s(resolution),
+                    fx::low16s(resolution >> 16)};
 }
 
 // Unsigned comparison of the whole coordinates: a negative coordinate is outside.

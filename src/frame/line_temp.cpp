@@ -4,9 +4,8 @@
 // (across a horizontal or vertical line's direction of travel, along the point
 // list of a slanted one).
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "frame/frame_geometry.h"
 #include "frame/sample_stats.h"
@@ -18,10 +17,6 @@ constexpr const char *kLogModule = radimo::kModuleLibradimo;
 constexpr uint32_t kLineNeighbourhood = 5;
 
 using radimo::frame::SampleStats;
-
-struct FreeDeleter {
-    void operator()(void *p) const { std::free(p); }
-};
 
 }  // namespace
 
@@ -146,7 +141,7 @@ int get_slope_line_temp(const uint16_t *frame, uint32_t resolution, point_t star
     const float slope = get_slope(start, end);
     const uint16_t n = static_cast<uint16_t>(get_point_num(start, end));
 
-    std::unique_ptr<point_t, FreeDeleter> points(static_cast<point_t *>(std::malloc(sizeof(point_t) * n)));
+    const radimo::HeapBlock<point_t> points(n);
     if (!points) {
         RADIMO_ERROR("alloc point set memory failed\n");
         return RADIMO_ERR_ALLOC;
@@ -170,7 +165,7 @@ int get_slope_line_temp(const uint16_t *frame, uint32_t resolution, point_t star
             RADIMO_ERROR("get array average value error\n");
             return RADIMO_ERR_AVERAGE;
         }
-        stats.add(value, points.get()[i]);
+        stats.add(value, points[i]);
     }
     stats.finish(n);
     return RADIMO_SUCCESS;

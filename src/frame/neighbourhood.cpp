@@ -7,6 +7,7 @@
 // failing call writes nothing.
 #include <cstdint>
 
+#include "core/fixed_point.h"
 #include "core/message.h"
 #include "frame/frame_geometry.h"
 #include "libradimo.h"
@@ -20,9 +21,7 @@ using radimo::frame::Geometry;
 using radimo::frame::half_of;
 
 // Coordinates the extractors work with: the low 16 bits of a field, signed.
-constexpr int32_t low16_signed(int32_t v) {
-    return static_cast<int16_t>(static_cast<uint32_t>(v) & 0xFFFFu);
-}
+using radimo::fx::low16s;
 
 // In-frame test of a position already reduced to its low 16 bits.
 constexpr bool inside(const Geometry &g, int32_t x, int32_t y) {
@@ -48,8 +47,8 @@ bool locate_centre(const char *caller, const uint16_t *frame, const uint16_t *ou
         RADIMO_ERROR_FOR(caller, "data is NULL\n");
         return false;
     }
-    c->x = low16_signed(centre.x);
-    c->y = low16_signed(centre.y);
+    c->x = low16s(centre.x);
+    c->y = low16s(centre.y);
     if (!inside(g, c->x, c->y)) {
         RADIMO_ERROR_FOR(caller, "the point is invalid\n");
         return false;
@@ -118,7 +117,7 @@ int get_pixel_slope_neighb_array(const uint16_t *frame, const point_t *points, u
     const int64_t first_used = half;
     const int64_t end_used = static_cast<int64_t>(point_num) - half;
     auto used = [&](int64_t i) { return i >= first_used && i < end_used; };
-    auto point_inside = [&](const point_t &p) { return inside(g, low16_signed(p.x), low16_signed(p.y)); };
+    auto point_inside = [&](const point_t &p) { return inside(g, low16s(p.x), low16s(p.y)); };
 
     const point_t &centre = points[index];
     bool all_inside = point_inside(centre);
@@ -129,7 +128,7 @@ int get_pixel_slope_neighb_array(const uint16_t *frame, const point_t *points, u
         return RADIMO_ERR_PARAM;
     }
 
-    auto sample = [&](const point_t &p) { return frame[offset_of(g, low16_signed(p.x), low16_signed(p.y))]; };
+    auto sample = [&](const point_t &p) { return frame[offset_of(g, low16s(p.x), low16s(p.y))]; };
     const uint16_t centre_value = sample(centre);
     for (int64_t i = static_cast<int64_t>(index) - half; i <= index + half; ++i)
         *out++ = used(i) ? sample(points[i]) : centre_value;

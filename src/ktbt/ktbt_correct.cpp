@@ -21,10 +21,26 @@ using radimo::ktbt::IndexLimits;
 inline uint16_t corrected_nuc(const ktbt_correct_param_t &p, uint32_t nuc, const IndexLimits &limits) {
     const int32_t t_fpa = radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp);
     const int32_t index = radimo::ktbt::clamped_index(t_fpa, p.Address_CA, limits);
-    const int32_t product = radimo::fx::mul_wrap32(p.kt_array[index], static_cast<int32_t>(nuc & 0xFFFFu));
+    const int32_t product = radimo::fx::mul_wrap32(p.kt_array[index], radimo::fx::low16(nuc));
     const int32_t gained =
         radimo::fx::wrap32(int64_t{product} + radimo::fx::kQ14Half) >> radimo::fx::kQ14Shift;
     return radimo::fx::clamp_nuc(p.bt_array[index] + gained);
+}
+
+// The argument checks of both members, reported under the caller's name,
+// then the correction within the caller's array limits.
+inline int correct_checked(const char *caller, const ktbt_correct_param_t *ktbt_param, uint32_t nuc,
+                           uint16_t *new_nuc, const IndexLimits &limits) {
+    if (ktbt_param == nullptr || new_nuc == nullptr) {
+        RADIMO_ERROR_FOR(caller, "data is null\n");
+        return RADIMO_ERR_PARAM;
+    }
+    if (ktbt_param->kt_array == nullptr || ktbt_param->bt_array == nullptr) {
+        RADIMO_ERROR_FOR(caller, "kt_array or bt_array is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    *new_nuc = corrected_nuc(*ktbt_param, nuc, limits);
+    return RADIMO_SUCCESS;
 }
 
 }  // namespace
@@ -32,30 +48,12 @@ inline uint16_t corrected_nuc(const ktbt_correct_param_t &p, uint32_t nuc, const
 extern "C" {
 
 int ktbt_correct_process(const ktbt_correct_param_t *ktbt_param, uint32_t nuc, uint16_t *new_nuc) {
-    if (ktbt_param == nullptr || new_nuc == nullptr) {
-        RADIMO_ERROR("data is null\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (ktbt_param->kt_array == nullptr || ktbt_param->bt_array == nullptr) {
-        RADIMO_ERROR("kt_array or bt_array is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    *new_nuc = corrected_nuc(*ktbt_param, nuc, radimo::ktbt::kLimits1201);
-    return RADIMO_SUCCESS;
+    return correct_checked(__func__, ktbt_param, nuc, new_nuc, radimo::ktbt::kLimits1201);
 }
 
 int ktbt_correct_process_with_version3(const ktbt_correct_param_t *ktbt_param, uint32_t nuc,
                                        uint16_t *new_nuc) {
-    if (ktbt_param == nullptr || new_nuc == nullptr) {
-        RADIMO_ERROR("data is null\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (ktbt_param->kt_array == nullptr || ktbt_param->bt_array == nullptr) {
-        RADIMO_ERROR("kt_array or bt_array is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    *new_nuc = corrected_nuc(*ktbt_param, nuc, radimo::ktbt::kLimits3601);
-    return RADIMO_SUCCESS;
+    return correct_checked(__func__, ktbt_param, nuc, new_nuc, radimo::ktbt::kLimits3601);
 }
 
 }  // extern "C"

@@ -52,6 +52,10 @@ constexpr int32_t limit_to_count(int32_t index, uint16_t index_len) {
     return index;
 }
 
+// Stores the record's index of a focal-plane temperature, limited by its
+// ktbt_index_len, then logs the index and its inputs under the caller's name.
+void store_index(const char *caller, int32_t t_fpa, const second_calib_param_t &p, int *ktbt_index);
+
 // KT/BT index of vtemp (low 16 bits) from the record's K_Temp, B_Temp,
 // Address_CA and ktbt_index_len, with the rounded product; logs the index and
 // its inputs and returns 0. The record and the output must not be NULL.

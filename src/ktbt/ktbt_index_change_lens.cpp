@@ -21,15 +21,9 @@ int calculate_ktbt_index_according_vtemp_in_change_lens(int vtemp,
         return RADIMO_ERR_PARAM;
     }
     const second_calib_param_t &p = *second_calib_param;
-    const int32_t t_fpa = radimo::ktbt::t_fpa_truncated(static_cast<uint16_t>(vtemp), p.K_Temp, p.B_Temp);
-    const int32_t index =
-        radimo::ktbt::limit_to_count(radimo::ktbt::index_of(t_fpa, p.Address_CA), p.ktbt_index_len);
-    *ktbt_index = index;
-    RADIMO_DEBUG("ktbt_index = %d\n", index);
-    RADIMO_DEBUG("B_Temp = %d\n", p.B_Temp);
-    RADIMO_DEBUG("Address_CA = %d\n", p.Address_CA);
-    RADIMO_DEBUG("K_Temp = %d\n", p.K_Temp);
-    RADIMO_DEBUG("T_FPA = %d\n", t_fpa);
+    radimo::ktbt::store_index(__func__,
+                              radimo::ktbt::t_fpa_truncated(static_cast<uint16_t>(vtemp), p.K_Temp, p.B_Temp),
+                              p, ktbt_index);
     return RADIMO_SUCCESS;
 }
 

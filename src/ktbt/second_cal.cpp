@@ -66,13 +66,10 @@ int KcBc_KdBd_calculate(const second_cal_temp_param_t *target_second_cal_temp_pa
                         const int16_t *bt_array, float *kcbc_kdbd) {
     const second_cal_temp_param_t *target = target_second_cal_temp_param_before_ktbt;
     const second_cal_temp_param_t *actual = actual_second_cal_temp_param;
-    if (target == nullptr || actual == nullptr || second_calib_param == nullptr || kcbc_kdbd == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
     // The before-nuct line and the arrays are read as well; a missing one is
     // refused with the same text rather than dereferenced.
-    if (target_second_cal_temp_param_before_nuct == nullptr || kt_array == nullptr || bt_array == nullptr) {
+    if (target == nullptr || actual == nullptr || second_calib_param == nullptr || kcbc_kdbd == nullptr ||
+        target_second_cal_temp_param_before_nuct == nullptr || kt_array == nullptr || bt_array == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
@@ -92,12 +89,7 @@ int KcBc_KdBd_calculate(const second_cal_temp_param_t *target_second_cal_temp_pa
     const radimo::ktbt::Coefficients c = radimo::ktbt::double_point_coefficients(
         *target, target_second_cal_temp_param_before_nuct->sitf,
         target_second_cal_temp_param_before_nuct->b_offset, *actual, *second_calib_param, kt_array, bt_array);
-    RADIMO_DEBUG("Kc = %f\n", static_cast<double>(c.kc));
-    RADIMO_DEBUG("Bc = %f\n", static_cast<double>(c.bc));
-    RADIMO_DEBUG("sitf_c = %f\n", static_cast<double>(c.sitf_c));
-    RADIMO_DEBUG("b_c = %f\n", static_cast<double>(c.b_c));
-    RADIMO_DEBUG("Kd = %f\n", static_cast<double>(c.kd));
-    RADIMO_DEBUG("Bd = %f\n", static_cast<double>(c.bd));
+    radimo::ktbt::log_coefficients(__func__, c);
     kcbc_kdbd[0] = c.kc;
     kcbc_kdbd[1] = c.bc;
     kcbc_kdbd[2] = c.kd;

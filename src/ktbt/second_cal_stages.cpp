@@ -273,6 +273,15 @@ Coefficients double_point_coefficients(const second_cal_temp_param_t &target, fl
     return c;
 }
 
+void log_coefficients(const char *caller, const Coefficients &c) {
+    RADIMO_DEBUG_FOR(caller, "Kc = %f\n", static_cast<double>(c.kc));
+    RADIMO_DEBUG_FOR(caller, "Bc = %f\n", static_cast<double>(c.bc));
+    RADIMO_DEBUG_FOR(caller, "sitf_c = %f\n", static_cast<double>(c.sitf_c));
+    RADIMO_DEBUG_FOR(caller, "b_c = %f\n", static_cast<double>(c.b_c));
+    RADIMO_DEBUG_FOR(caller, "Kd = %f\n", static_cast<double>(c.kd));
+    RADIMO_DEBUG_FOR(caller, "Bd = %f\n", static_cast<double>(c.bd));
+}
+
 void rewrite_ktbt_entries(const Coefficients &c, uint16_t ktbt_array_len, int ranges,
                           const uint16_t *const *kt_arrays, const int16_t *const *bt_arrays,
                           uint16_t *const *new_kt_arrays, int16_t *const *new_bt_arrays) {
@@ -305,12 +314,7 @@ int update_kt_and_bt_array_double_point(const second_cal_temp_param_t *before_kt
     RADIMO_DEBUG("b_offset = %f\n", static_cast<double>(before_ktbt->b_offset));
     const Coefficients c = double_point_coefficients(*before_ktbt, before_nuct_sitf, before_nuct_b_offset,
                                                      *actual, *p, kt_array, bt_array);
-    RADIMO_DEBUG("Kc = %f\n", static_cast<double>(c.kc));
-    RADIMO_DEBUG("Bc = %f\n", static_cast<double>(c.bc));
-    RADIMO_DEBUG("sitf_c = %f\n", static_cast<double>(c.sitf_c));
-    RADIMO_DEBUG("b_c = %f\n", static_cast<double>(c.b_c));
-    RADIMO_DEBUG("Kd = %f\n", static_cast<double>(c.kd));
-    RADIMO_DEBUG("Bd = %f\n", static_cast<double>(c.bd));
+    log_coefficients(__func__, c);
     rewrite_ktbt_entries(c, p->ktbt_array_len, 1, &kt_array, &bt_array, &new_kt_array, &new_bt_array);
     return RADIMO_SUCCESS;
 }

@@ -109,6 +109,10 @@ Coefficients double_point_coefficients(const second_cal_temp_param_t &target, fl
                                        const second_calib_param_t &p, const uint16_t *kt_array,
                                        const int16_t *bt_array);
 
+// The six coefficient lines (Kc, Bc, sitf_c, b_c, Kd, Bd), under the
+// caller's name.
+void log_coefficients(const char *caller, const Coefficients &c);
+
 // Stage 4 on `ranges` pairs of arrays (one, or the three temperature
 // ranges): entries 0 .. ktbt_array_len - 1 rewritten, entry by entry and
 // within an entry range by range, stored with 16-bit wrapping and no

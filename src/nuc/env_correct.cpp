@@ -32,7 +32,7 @@ int recalc_NUC_with_env_correct(const env_factor_t *env_factor, int nuc, uint16_
         return RADIMO_ERR_PARAM;
     }
     // Unsigned 32-bit product (wraps), logical shift, then 16-bit difference.
-    const uint32_t scaled = (static_cast<uint32_t>(nuc) & 0xFFFFu) * env_factor->KE;
+    const uint32_t scaled = uint32_t{fx::low16(nuc)} * env_factor->KE;
     const uint16_t v = fx::low16((scaled >> fx::kQ14Shift) - static_cast<uint32_t>(env_factor->BE));
     *new_nuc = v > kNegativeFrom ? 0 : fx::cap_nuc(v);
     return RADIMO_SUCCESS;

@@ -81,7 +81,7 @@ constexpr int64_t new_nuc_of(const nuc_factor_t &f, int32_t sixteenths) {
 // Degrees Celsius of a whole-kelvin temperature as the table lookups take it:
 // the integer as float, the offset subtracted in double, the result as float.
 constexpr float celsius_of_kelvin(int32_t kelvin) {
-    return static_cast<float>(static_cast<double>(static_cast<float>(kelvin)) - units::kKelvinOffset);
+    return units::celsius_float(static_cast<float>(kelvin));
 }
 
 // NUC of a temperature (degC) by the reverse lookup in an 8192-entry table,
@@ -125,46 +125,3 @@ constexpr int32_t be64(int64_t ems_term, int64_t nuc_tu, int64_t tau_term, int64
 }
 
 }  // namespace radimo::nuc
-
-// Prints the message of a failed org-unit scene check from the calling function
-// (a macro, so the message names that function; needs core/message.h and kLogModule).
-#define RADIMO_REPORT_ORG_SCENE_FAULT(fault)                             \
-    do {                                                                 \
-        switch (fault) {                                                 \
-            case ::radimo::nuc::SceneFault::kEms:                        \
-                RADIMO_ERROR("EMS is invalid\n");                        \
-                break;                                                   \
-            case ::radimo::nuc::SceneFault::kTau:                        \
-                RADIMO_ERROR("TAU is invalid\n");                        \
-                break;                                                   \
-            case ::radimo::nuc::SceneFault::kHighGainTemp:               \
-                RADIMO_ERROR("Ta or Tu is invalid in high gain mode\n"); \
-                break;                                                   \
-            case ::radimo::nuc::SceneFault::kLowGainTemp:                \
-                RADIMO_ERROR("Ta or Tu is invalid in low gain mode\n");  \
-                break;                                                   \
-            case ::radimo::nuc::SceneFault::kNone:                       \
-                break;                                                   \
-        }                                                                \
-    } while (0)
-
-// Prints the message of a failed new-unit scene check from the calling function.
-#define RADIMO_REPORT_NEW_SCENE_FAULT(fault)                                 \
-    do {                                                                     \
-        switch (fault) {                                                     \
-            case ::radimo::nuc::SceneFault::kEms:                            \
-                RADIMO_ERROR("new EMS is invalid\n");                        \
-                break;                                                       \
-            case ::radimo::nuc::SceneFault::kTau:                            \
-                RADIMO_ERROR("new TAU is invalid\n");                        \
-                break;                                                       \
-            case ::radimo::nuc::SceneFault::kHighGainTemp:                   \
-                RADIMO_ERROR("new Ta or Tu is invalid in high gain mode\n"); \
-                break;                                                       \
-            case ::radimo::nuc::SceneFault::kLowGainTemp:                    \
-                RADIMO_ERROR("new Ta or Tu is invalid in low gain mode\n");  \
-                break;                                                       \
-            case ::radimo::nuc::SceneFault::kNone:                           \
-                break;                                                       \
-        }                                                                    \
-    } while (0)

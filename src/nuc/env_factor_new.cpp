@@ -21,6 +21,28 @@ constexpr int64_t ems_tau_of(const env_param_t &p) {
     return static_cast<int64_t>(p.ems) * p.tau;
 }
 
+// The scene checks of both calculators; a failure is reported under the
+// caller's name.
+bool scene_valid(const char *caller, const env_param_t &p, int gain) {
+    switch (nuc::check_scene(p, gain, nuc::kNewUnits)) {
+        case nuc::SceneFault::kNone:
+            return true;
+        case nuc::SceneFault::kEms:
+            RADIMO_ERROR_FOR(caller, "new EMS is invalid\n");
+            break;
+        case nuc::SceneFault::kTau:
+            RADIMO_ERROR_FOR(caller, "new TAU is invalid\n");
+            break;
+        case nuc::SceneFault::kHighGainTemp:
+            RADIMO_ERROR_FOR(caller, "new Ta or Tu is invalid in high gain mode\n");
+            break;
+        case nuc::SceneFault::kLowGainTemp:
+            RADIMO_ERROR_FOR(caller, "new Ta or Tu is invalid in low gain mode\n");
+            break;
+    }
+    return false;
+}
+
 }  // namespace
 
 extern "C" {
@@ -32,11 +54,7 @@ int calculate_new_KE_and_BE(const env_param_t *env_param, const nuc_factor_t *nu
         return RADIMO_ERR_PARAM;
     }
     const env_param_t p = *env_param;
-    const nuc::SceneFault fault = nuc::check_scene(p, gain, nuc::kNewUnits);
-    if (fault != nuc::SceneFault::kNone) {
-        RADIMO_REPORT_NEW_SCENE_FAULT(fault);
-        return RADIMO_ERR_PARAM;
-    }
+    if (!scene_valid(__func__, p, gain)) return RADIMO_ERR_PARAM;
     const int64_t nuc_ta = nuc::new_nuc_of(*nuc_factor, p.ta);
     const int64_t nuc_tu = nuc::new_nuc_of(*nuc_factor, p.tu);
     const nuc::Terms32 terms = nuc::new_terms(p);
@@ -52,11 +70,7 @@ int calculate_new_KE_and_BE_with_nuc_t(const env_param_t *env_param, const uint1
         return RADIMO_ERR_PARAM;
     }
     const env_param_t p = *env_param;
-    const nuc::SceneFault fault = nuc::check_scene(p, gain, nuc::kNewUnits);
-    if (fault != nuc::SceneFault::kNone) {
-        RADIMO_REPORT_NEW_SCENE_FAULT(fault);
-        return RADIMO_ERR_PARAM;
-    }
+    if (!scene_valid(__func__, p, gain)) return RADIMO_ERR_PARAM;
     const nuc::Terms32 terms = nuc::new_terms(p);
     // The 1/16 K fraction is dropped before the lookup, deliberately: callers
     // rely on whole-kelvin lookups here.

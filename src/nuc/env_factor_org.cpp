@@ -30,6 +30,32 @@ constexpr int32_t be32(int32_t tau_term, int64_t nuc_ta, int32_t ems_term, int64
     return fx::wrap32(sum) >> fx::kQ14Shift;
 }
 
+// The scene checks of both calculators, reported under the caller's name.
+// Gives ems * tau, or 0 after the failure's line. The product wraps to 0
+// only for an extreme negative ems, which the ems check lets through; it is
+// reported instead of divided by.
+int32_t checked_ems_tau(const char *caller, const env_param_t &p, int gain) {
+    switch (nuc::check_scene(p, gain, nuc::kOrgUnits)) {
+        case nuc::SceneFault::kNone:
+            break;
+        case nuc::SceneFault::kEms:
+            RADIMO_ERROR_FOR(caller, "EMS is invalid\n");
+            return 0;
+        case nuc::SceneFault::kTau:
+            RADIMO_ERROR_FOR(caller, "TAU is invalid\n");
+            return 0;
+        case nuc::SceneFault::kHighGainTemp:
+            RADIMO_ERROR_FOR(caller, "Ta or Tu is invalid in high gain mode\n");
+            return 0;
+        case nuc::SceneFault::kLowGainTemp:
+            RADIMO_ERROR_FOR(caller, "Ta or Tu is invalid in low gain mode\n");
+            return 0;
+    }
+    const int32_t ems_tau = fx::mul_wrap32(p.ems, p.tau);
+    if (ems_tau == 0) RADIMO_ERROR_FOR(caller, "EMS is invalid\n");
+    return ems_tau;
+}
+
 }  // namespace
 
 extern "C" {
@@ -41,18 +67,8 @@ int calculate_KE_and_BE(const env_param_t *env_param, const nuc_factor_t *nuc_fa
         return RADIMO_ERR_PARAM;
     }
     const env_param_t p = *env_param;
-    const nuc::SceneFault fault = nuc::check_scene(p, gain, nuc::kOrgUnits);
-    if (fault != nuc::SceneFault::kNone) {
-        RADIMO_REPORT_ORG_SCENE_FAULT(fault);
-        return RADIMO_ERR_PARAM;
-    }
-    // ems * tau wraps to 0 only for an extreme negative ems, which the ems
-    // check lets through; it is reported instead of divided by.
-    const int32_t ems_tau = fx::mul_wrap32(p.ems, p.tau);
-    if (ems_tau == 0) {
-        RADIMO_ERROR("EMS is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    const int32_t ems_tau = checked_ems_tau(__func__, p, gain);
+    if (ems_tau == 0) return RADIMO_ERR_PARAM;
     const int64_t nuc_ta = nuc::org_nuc_of(*nuc_factor, p.ta);
     const int64_t nuc_tu = nuc::org_nuc_of(*nuc_factor, p.tu);
     const nuc::Terms32 terms = nuc::org_terms(p, ems_tau);
@@ -68,16 +84,8 @@ int calculate_org_KE_and_BE_with_nuc_t(const env_param_t *env_param, const uint1
         return RADIMO_ERR_PARAM;
     }
     const env_param_t p = *env_param;
-    const nuc::SceneFault fault = nuc::check_scene(p, gain, nuc::kOrgUnits);
-    if (fault != nuc::SceneFault::kNone) {
-        RADIMO_REPORT_ORG_SCENE_FAULT(fault);
-        return RADIMO_ERR_PARAM;
-    }
-    const int32_t ems_tau = fx::mul_wrap32(p.ems, p.tau);
-    if (ems_tau == 0) {
-        RADIMO_ERROR("EMS is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    const int32_t ems_tau = checked_ems_tau(__func__, p, gain);
+    if (ems_tau == 0) return RADIMO_ERR_PARAM;
     const nuc::Terms32 terms = nuc::org_terms(p, ems_tau);
     int64_t nuc_ta = 0;
     int64_t nuc_tu = 0;

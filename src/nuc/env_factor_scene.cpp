@@ -5,6 +5,7 @@
 
 #include "core/fixed_point.h"
 #include "core/message.h"
+#include "core/units.h"
 #include "libradimo.h"
 #include "nuc/env_factor.h"
 
@@ -15,7 +16,7 @@ constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 namespace fx = radimo::fx;
 namespace nuc = radimo::nuc;
 
-constexpr double kLowestCelsius = -273.15;
+constexpr double kLowestCelsius = -radimo::units::kKelvinOffset;  // absolute zero
 constexpr double kHottestAmbient = 100.0;
 
 constexpr bool ambient_invalid(float t) {

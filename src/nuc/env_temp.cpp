@@ -2,6 +2,7 @@
 // temperature); what the stages mean is the caller's.
 #include <cstdint>
 
+#include "core/fixed_point.h"
 #include "core/message.h"
 #include "libradimo.h"
 
@@ -17,7 +18,7 @@ int env_temp_calculate(const kb_param_t *first, const kb_param_t *second, int va
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
-    const double x = static_cast<double>(value & 0xFFFF);
+    const double x = static_cast<double>(radimo::fx::low16(value));
     const double y = static_cast<double>(first->K) * x + static_cast<double>(first->B);
     *temp = (y * static_cast<double>(second->K) / kQ10One + static_cast<double>(second->B)) / kQ10One;
     return RADIMO_SUCCESS;

@@ -9,11 +9,12 @@
 #include "core/fixed_point.h"
 #include "core/message.h"
 #include "libradimo.h"
+#include "nuc/table_length.h"
 
 namespace {
 
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
-constexpr uint32_t kTableLen = 8192;
+constexpr uint32_t kTableLen = radimo::nuc::kStandardTableLen;
 
 struct GainRange {
     int64_t low_kelvin;    // range start, K
@@ -80,34 +81,28 @@ void generate(const nuc_factor_t &f, uint16_t *table, const GainRange &g) {
     if (end < kTableLen) fill(table, end, kTableLen - 1, g.above_value);
 }
 
+// Checks the arguments for the generator named `caller` (one line for
+// either missing pointer) and fills the table over the gain's range.
+int generate_checked(const char *caller, const nuc_factor_t *nuc_factor, uint16_t *nuc_table,
+                     const GainRange &g) {
+    if (nuc_factor == nullptr || nuc_table == nullptr) {
+        RADIMO_ERROR_FOR(caller, "data is invalid\n");
+        return RADIMO_ERR_PARAM;
+    }
+    generate(*nuc_factor, nuc_table, g);
+    return RADIMO_SUCCESS;
+}
+
 }  // namespace
 
 extern "C" {
 
 int generate_high_gain_nuc_t(const nuc_factor_t *nuc_factor, uint16_t *nuc_table) {
-    if (nuc_factor == nullptr) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (nuc_table == nullptr) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    generate(*nuc_factor, nuc_table, kHighGain);
-    return RADIMO_SUCCESS;
+    return generate_checked(__func__, nuc_factor, nuc_table, kHighGain);
 }
 
 int generate_low_gain_nuc_t(const nuc_factor_t *nuc_factor, uint16_t *nuc_table) {
-    if (nuc_factor == nullptr) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (nuc_table == nullptr) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
-    generate(*nuc_factor, nuc_table, kLowGain);
-    return RADIMO_SUCCESS;
+    return generate_checked(__func__, nuc_factor, nuc_table, kLowGain);
 }
 
 }  // extern "C"

@@ -18,7 +18,7 @@ int calculate_nuc_with_nuc_factor(const nuc_factor_t *nuc_factor, uint16_t *nuc,
         RADIMO_ERROR("data is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-    const float t = static_cast<float>(static_cast<double>(temp) + radimo::units::kKelvinOffset);
+    const float t = radimo::units::kelvin_float(temp);
     // The polynomial in single precision, the scaling and offset in double;
     // truncated, with no rounding term and no cap.
     const float q = static_cast<float>(nuc_factor->c2) * t * t + t * static_cast<float>(nuc_factor->c1);

@@ -14,7 +14,7 @@ constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 // Table slot of a NUC value. Callers pass NUC values already capped at 16383;
 // anything larger is capped here as well so the lookup never leaves the table.
 constexpr uint32_t slot_of(uint32_t nuc, uint32_t table_len) {
-    const uint32_t capped = radimo::fx::cap_nuc(nuc & 0xFFFFu);
+    const uint32_t capped = radimo::fx::cap_nuc(radimo::fx::low16(nuc));
     return table_len == radimo::nuc::kLongTableLen ? capped : capped >> 1;
 }
 

@@ -26,7 +26,7 @@ int reverse_calc_NUC_without_env_correct(const env_factor_t *env_factor, uint32_
         return RADIMO_ERR_PARAM;
     }
     // Unsigned 32-bit throughout: the sum and the Q14 shift wrap in 32 bits.
-    const uint32_t sum = static_cast<uint32_t>(env_factor->BE) + (object_nuc & 0xFFFFu);
+    const uint32_t sum = static_cast<uint32_t>(env_factor->BE) + uint32_t{radimo::fx::low16(object_nuc)};
     const uint32_t q = (sum * 16384u) / env_factor->KE;
     *nuc = radimo::fx::cap_nuc(radimo::fx::low16(q));
     return RADIMO_SUCCESS;

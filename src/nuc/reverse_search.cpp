@@ -41,6 +41,27 @@ float clamp_target(float target, int32_t nuc_max, int32_t nuc_min) {
     return target;
 }
 
+// The table's extremes: its first and last entries, the larger one first.
+struct Extremes {
+    int32_t max;
+    int32_t min;
+};
+Extremes extremes_of(const uint16_t *table, uint32_t len) {
+    const int32_t first = table[0];
+    const int32_t last = table[len - 1];
+    return first > last ? Extremes{first, last} : Extremes{last, first};
+}
+
+// The opening lines of both lookups, under the caller's name; gives the
+// search target, moved inside the table's extremes.
+float search_target(const char *caller, const uint16_t *table, const Extremes &extremes, float temp) {
+    RADIMO_DEBUG_FOR(caller, "NUC_MAX=%d,NUC_MIN=%d\n", extremes.max, extremes.min);
+    RADIMO_DEBUG_FOR(caller, "nuc_table[0]=%d\n", table[0]);
+    const float target = target_of(temp);
+    RADIMO_DEBUG_FOR(caller, "target_temp=%f\n", static_cast<double>(target));
+    return clamp_target(target, extremes.max, extremes.min);
+}
+
 // The literal stop test at index i; `has_next` is false only at the last entry.
 inline bool stops_at(const uint16_t *table, uint32_t i, bool has_next, float target, Stop *stop) {
     const float d = target - static_cast<float>(table[i]);
@@ -159,15 +180,7 @@ int reverse_calc_NUC_with_nuc_t(const uint16_t *nuc_table, uint16_t *nuc, float 
         return RADIMO_ERR_PARAM;
     }
     constexpr uint32_t kLen = radimo::nuc::kStandardTableLen;
-    const int32_t first = nuc_table[0];
-    const int32_t last = nuc_table[kLen - 1];
-    const int32_t nuc_max = first > last ? first : last;
-    const int32_t nuc_min = first > last ? last : first;
-    RADIMO_DEBUG("NUC_MAX=%d,NUC_MIN=%d\n", nuc_max, nuc_min);
-    RADIMO_DEBUG("nuc_table[0]=%d\n", first);
-    float target = target_of(temp);
-    RADIMO_DEBUG("target_temp=%f\n", static_cast<double>(target));
-    target = clamp_target(target, nuc_max, nuc_min);
+    const float target = search_target(__func__, nuc_table, extremes_of(nuc_table, kLen), temp);
 
     const Stop stop = find_first_stop(nuc_table, kLen, target);
     const uint32_t i = stop.index;
@@ -201,20 +214,13 @@ int reverse_calc_NUC_with_nuc_t_table_len(const uint16_t *nuc_table, uint32_t nu
         return RADIMO_ERR_PARAM;
     }
     const uint32_t len = radimo::nuc::table_len_of(nuc_table_len);
-    const int32_t first = nuc_table[0];
-    const int32_t last = nuc_table[len - 1];
-    const int32_t nuc_max = first > last ? first : last;
-    const int32_t nuc_min = first > last ? last : first;
-    if (nuc_max == 0) {
+    const Extremes extremes = extremes_of(nuc_table, len);
+    if (extremes.max == 0) {
         RADIMO_ERROR("NUC value is invalid\n");
         return RADIMO_ERR_PARAM;
     }
     // The same opening lines as the standard lookup; one line closes the search.
-    RADIMO_DEBUG("NUC_MAX=%d,NUC_MIN=%d\n", nuc_max, nuc_min);
-    RADIMO_DEBUG("nuc_table[0]=%d\n", first);
-    float target = target_of(temp);
-    RADIMO_DEBUG("target_temp=%f\n", static_cast<double>(target));
-    target = clamp_target(target, nuc_max, nuc_min);
+    const float target = search_target(__func__, nuc_table, extremes, temp);
 
     const Stop stop = find_first_stop(nuc_table, len, target);
     if (stop.kind == Stop::Kind::kNone) {

@@ -1,6 +1,7 @@
 // Trimming of the flat (saturated) runs at both ends of a NUC table.
 #include <cstdint>
 
+#include "core/fixed_point.h"
 #include "core/message.h"
 #include "libradimo.h"
 
@@ -15,7 +16,7 @@ int find_start_and_end_addr(const uint16_t *nuc_table, const uint16_t *addr_in, 
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
-    const uint32_t n = static_cast<uint32_t>(len) & 0xFFFFu;
+    const uint32_t n = radimo::fx::low16(len);
 
     // Start: the first entry after the flat run holding the given start. The
     // comparison stops at the last entry; a run reaching it leaves the start.

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "core/fixed_point.h"
+
 namespace radimo::nuc {
 
 inline constexpr uint32_t kStandardTableLen = 8192;  // indexed by NUC value / 2
@@ -16,7 +18,7 @@ constexpr bool table_len_valid(uint32_t len) {
 
 // The effective length of an accepted argument: 8192 or 16384.
 constexpr uint32_t table_len_of(uint32_t len) {
-    return len & 0xFFFFu;
+    return fx::low16(len);
 }
 
 }  // namespace radimo::nuc

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "atmosphere/grid_index.h"
 #include "core/message.h"
 #include "libradimo.h"
 #include "radiometry/compat_index.h"
@@ -16,13 +17,13 @@
 namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
-constexpr double kGridTolerance = 0.0001;
+using radimo::atmosphere::kGridTolerance;
+using radimo::radiometry::kIndexLower;
+using radimo::radiometry::kIndexNearest;
+
 // Nearest-point rule: a value this close to the middle of its interval is a
 // tie, and ties go to the upper point.
 constexpr double kTieTolerance = 1e-5;
-
-using radimo::radiometry::kIndexLower;
-using radimo::radiometry::kIndexNearest;
 
 // Lower neighbour of v in the tau grids once v is known not to lie below
 // grid[0]: the first i in 1..count-1 with v <= grid[i] - tolerance gives
@@ -58,33 +59,33 @@ uint16_t pick_index(int mode, const double *grid, int count, int i, double v) {
     return static_cast<uint16_t>(upper ? i : i - 1);
 }
 
+// The argument checks of every lookup, reported under the caller's name. The
+// tau-grid lookups' unsigned counts arrive here as 0 or positive.
+bool grid_args_valid(const char *caller, const double *grid, int count, const uint16_t *index) {
+    if (grid == nullptr || index == nullptr) {
+        RADIMO_ERROR_FOR(caller, "data is NULL\n");
+        return false;
+    }
+    if (count <= 0) {
+        RADIMO_ERROR_FOR(caller, "data is invalid\n");
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 extern "C" {
 
 int get_compatible_target_temp_read_index(const double *grid, uint16_t count, uint16_t *index, float value) {
-    if (grid == nullptr || index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (count == 0) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (!grid_args_valid(__func__, grid, count, index)) return RADIMO_ERR_PARAM;
     const double v = value;
     *index = v <= grid[0] - kGridTolerance ? 0 : lower_neighbour_in_tau_grid(grid, count, v);
     return RADIMO_SUCCESS;
 }
 
 int get_compatible_dist_read_index(const double *grid, uint16_t count, uint16_t *index, float value) {
-    if (grid == nullptr || index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (count == 0) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (!grid_args_valid(__func__, grid, count, index)) return RADIMO_ERR_PARAM;
     const double v = value;
     // Strictly below here, unlike the target-temperature grid; callers rely on
     // the exact boundary.
@@ -94,14 +95,7 @@ int get_compatible_dist_read_index(const double *grid, uint16_t count, uint16_t 
 
 int get_compatible_target_temp_read_index_of_ems_table(int mode, const double *grid, int count,
                                                        uint16_t *index, float value) {
-    if (grid == nullptr || index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (count <= 0) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (!grid_args_valid(__func__, grid, count, index)) return RADIMO_ERR_PARAM;
     // An unknown mode is no failure, but it chooses nothing.
     if (mode != kIndexNearest && mode != kIndexLower) return RADIMO_SUCCESS;
     const double v = value;
@@ -120,14 +114,7 @@ int get_compatible_target_temp_read_index_of_ems_table(int mode, const double *g
 
 int get_compatible_ems_read_index_of_ems_table(int mode, const double *grid, int count, uint16_t *index,
                                                float value) {
-    if (grid == nullptr || index == nullptr) {
-        RADIMO_ERROR("data is NULL\n");
-        return RADIMO_ERR_PARAM;
-    }
-    if (count <= 0) {
-        RADIMO_ERROR("data is invalid\n");
-        return RADIMO_ERR_PARAM;
-    }
+    if (!grid_args_valid(__func__, grid, count, index)) return RADIMO_ERR_PARAM;
     if (mode != kIndexNearest && mode != kIndexLower) return RADIMO_SUCCESS;
     const double v = value;
     // Emissivities outside the grid are refused without a message: the

@@ -26,24 +26,14 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
 using radimo::radiometry::DistanceBound;
-using radimo::radiometry::ForwardFault;
-using radimo::radiometry::SceneFault;
+using radimo::units::celsius_float;
+using radimo::units::kelvin_float;
 
 constexpr double kMaxEms = 1.0;
 constexpr double kMaxHum = 1.0;
 constexpr double kMaxDist = 1000.0;  // m, forward direction and frame variants
-constexpr double kMinAirTemp = -273.15;
+constexpr double kMinAirTemp = -radimo::units::kKelvinOffset;
 constexpr double kMaxAirTemp = 100.0;
-
-// Celsius -> kelvin, formed in double precision and kept as float.
-float kelvin_float(float celsius) {
-    return static_cast<float>(static_cast<double>(celsius) + radimo::units::kKelvinOffset);
-}
-
-// Kelvin -> celsius, formed in double precision and kept as float.
-float celsius_float(float kelvin) {
-    return static_cast<float>(static_cast<double>(kelvin) - radimo::units::kKelvinOffset);
-}
 
 bool air_temp_invalid(float t) {
     return t < kMinAirTemp || t > kMaxAirTemp;
@@ -53,73 +43,77 @@ bool air_temp_invalid(float t) {
 
 namespace radimo::radiometry {
 
-SceneFault check_scene(const env_correct_param_t *scene, const uint16_t *raw_table, const void *out,
-                       DistanceBound bound) {
-    if (scene == nullptr || raw_table == nullptr || out == nullptr) return SceneFault::kPointers;
-    if (scene->ems < 0 || scene->ems > kMaxEms) return SceneFault::kEms;
-    if (scene->hum < 0 || scene->hum > kMaxHum) return SceneFault::kHum;
-    if (scene->dist < 0 || (bound == DistanceBound::kUpTo1000m && scene->dist > kMaxDist)) {
-        return SceneFault::kDist;
+bool scene_valid(const char *caller, const env_correct_param_t *scene, const uint16_t *raw_table,
+                 const void *out, DistanceBound bound) {
+    if (scene == nullptr || raw_table == nullptr || out == nullptr) {
+        RADIMO_ERROR_FOR(caller, "env_correct_param or correct_table or new_temp is invalid\n");
+        return false;
     }
-    if (air_temp_invalid(scene->ta)) return SceneFault::kTa;
-    if (air_temp_invalid(scene->tu)) return SceneFault::kTu;
-    return SceneFault::kNone;
+    if (scene->ems < 0 || scene->ems > kMaxEms) {
+        RADIMO_ERROR_FOR(caller, "ems is out of range\n");
+        return false;
+    }
+    if (scene->hum < 0 || scene->hum > kMaxHum) {
+        RADIMO_ERROR_FOR(caller, "hum is out of range\n");
+        return false;
+    }
+    if (scene->dist < 0 || (bound == DistanceBound::kUpTo1000m && scene->dist > kMaxDist)) {
+        RADIMO_ERROR_FOR(caller, "dist is invalid\n");
+        return false;
+    }
+    if (air_temp_invalid(scene->ta)) {
+        RADIMO_ERROR_FOR(caller, "ta is invalid\n");
+        return false;
+    }
+    if (air_temp_invalid(scene->tu)) {
+        RADIMO_ERROR_FOR(caller, "tu is invalid\n");
+        return false;
+    }
+    return true;
 }
 
-ForwardFault enhanced_forward(const correct_table_t &view, const env_correct_param_t &scene, float apparent,
-                              float *object) {
+int enhanced_forward(const char *caller, const correct_table_t &view, const env_correct_param_t &scene,
+                     float apparent, float *object) {
     const float apparent_k = kelvin_float(apparent);
     float ems = 0.0f;
     if (read_compatible_ems_with_target_temp_and_org_ems(&view, &ems, apparent_k, scene.ems) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kReadEms;
+        RADIMO_ERROR_FOR(caller, "read_compatible_ems_with_target_temp_and_org_ems failed\n");
+        return RADIMO_ERR_READ_EMS;
     }
     uint16_t tau_first = 0;
     if (read_compatible_tau_with_target_temp_and_dist(&view, &tau_first, apparent_k, scene.dist) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kReadTauFirst;
+        RADIMO_ERROR_FOR(caller, "read_compatible_tau_with_target_temp_and_dist first failed\n");
+        return RADIMO_ERR_READ_TAU;
     }
     float estimate_k = 0.0f;
     if (temp_correct_with_env_param(&view, tau_first, &estimate_k, ems, scene.ta, scene.tu, apparent_k) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kTempCorrectFirst;
+        RADIMO_ERROR_FOR(caller, "first temp_correct_with_env_param failed\n");
+        return RADIMO_ERR_TEMP_CORRECT;
     }
     uint16_t tau_second = 0;
     if (read_compatible_tau_with_target_temp_and_dist(&view, &tau_second, estimate_k, scene.dist) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kReadTauSecond;
+        RADIMO_ERROR_FOR(caller, "read_compatible_tau_with_target_temp_and_dist second failed\n");
+        return RADIMO_ERR_READ_TAU;
     }
     uint16_t tau_hum = 0;
     if (recalc_tau_under_influence_of_hum(&view, &scene, tau_second, &tau_hum, estimate_k) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kHumCorrect;
+        RADIMO_ERROR_FOR(caller, "hum correction process failed\n");
+        return RADIMO_ERR_HUM_CORRECT;
     }
     // Second pass: the emissivity of the first pass, from the apparent temperature again.
     float object_k = 0.0f;
     if (temp_correct_with_env_param(&view, tau_hum, &object_k, ems, scene.ta, scene.tu, apparent_k) !=
         RADIMO_SUCCESS) {
-        return ForwardFault::kTempCorrectSecond;
+        RADIMO_ERROR_FOR(caller, "second temp_correct_with_env_param failed\n");
+        return RADIMO_ERR_TEMP_CORRECT;
     }
     *object = celsius_float(object_k);
-    return ForwardFault::kNone;
-}
-
-int forward_fault_code(ForwardFault fault) {
-    switch (fault) {
-        case ForwardFault::kNone:
-            return RADIMO_SUCCESS;
-        case ForwardFault::kReadEms:
-            return RADIMO_ERR_READ_EMS;
-        case ForwardFault::kReadTauFirst:
-        case ForwardFault::kReadTauSecond:
-            return RADIMO_ERR_READ_TAU;
-        case ForwardFault::kHumCorrect:
-            return RADIMO_ERR_HUM_CORRECT;
-        case ForwardFault::kTempCorrectFirst:
-        case ForwardFault::kTempCorrectSecond:
-            return RADIMO_ERR_TEMP_CORRECT;
-    }
-    return RADIMO_ERR_TEMP_CORRECT;
+    return RADIMO_SUCCESS;
 }
 
 }  // namespace radimo::radiometry
@@ -129,19 +123,12 @@ extern "C" {
 int enhance_distance_temp_correct(const env_correct_param_t *env_correct_param, const uint16_t *correct_table,
                                   uint32_t /*correct_table_arg*/, float *new_temp, float temp) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temp, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temp, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     const correct_table_t view = raw_table_view(correct_table);
     float object = 0.0f;
-    const ForwardFault fault = enhanced_forward(view, *env_correct_param, temp, &object);
-    if (fault != ForwardFault::kNone) {
-        RADIMO_FORWARD_FAULT_LINE(fault);
-        return forward_fault_code(fault);
-    }
+    const int rc = enhanced_forward(__func__, view, *env_correct_param, temp, &object);
+    if (rc != RADIMO_SUCCESS) return rc;
     *new_temp = object;
     return RADIMO_SUCCESS;
 }
@@ -151,12 +138,8 @@ int reverse_enhance_distance_temp_correct(const env_correct_param_t *env_correct
                                           float *new_temp, float temp) {
     using namespace radimo::radiometry;
     // No upper distance bound here, on purpose: recalibration scenes may lie beyond 1000 m.
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temp, DistanceBound::kUnbounded);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temp, DistanceBound::kUnbounded))
         return RADIMO_ERR_PARAM;
-    }
     const correct_table_t view = raw_table_view(correct_table);
     const env_correct_param_t &scene = *env_correct_param;
     const float object_k = kelvin_float(temp);

@@ -13,9 +13,8 @@
 // line for them, and values outside the table's range are computed without
 // asking it at all (its out-of-range lines are errors).
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
+#include "core/heap_block.h"
 #include "core/message.h"
 #include "core/units.h"
 #include "libradimo.h"
@@ -25,11 +24,7 @@
 namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
-struct FreeDeleter {
-    void operator()(void *block) const { std::free(block); }
-};
-template <typename T>
-using HeapBlock = std::unique_ptr<T[], FreeDeleter>;
+using radimo::HeapBlock;
 
 }  // namespace
 
@@ -46,12 +41,8 @@ int enhance_distance_temp_correct_lattice(const env_correct_param_t *env_correct
                                           const float *table, const uint8_t *valid, const float *temps,
                                           uint32_t count, float *new_temps) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     if (table == nullptr || valid == nullptr || temps == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
@@ -75,11 +66,8 @@ int enhance_distance_temp_correct_lattice(const env_correct_param_t *env_correct
             }
         }
         float object = 0.0f;
-        const ForwardFault fault = enhanced_forward(view, *env_correct_param, temp, &object);
-        if (fault != ForwardFault::kNone) {
-            RADIMO_FORWARD_FAULT_LINE(fault);
-            return forward_fault_code(fault);
-        }
+        const int rc = enhanced_forward(__func__, view, *env_correct_param, temp, &object);
+        if (rc != RADIMO_SUCCESS) return rc;
         new_temps[i] = object;
     }
     return RADIMO_SUCCESS;
@@ -99,12 +87,8 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
                                               const uint16_t *correct_table, uint32_t /*correct_table_arg*/,
                                               const uint16_t *frame, uint32_t count, float *new_temps) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, new_temps, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     if (frame == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
@@ -112,9 +96,10 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
     if (count == 0) return RADIMO_SUCCESS;
 
     const correct_table_t view = raw_table_view(correct_table);
-    const HeapBlock<float> lattice(static_cast<float *>(std::malloc(kFrameValueSlots * sizeof(float))));
-    const HeapBlock<uint8_t> filled(static_cast<uint8_t *>(std::calloc(kFrameValueSlots, 1)));
-    const bool have_lattice = lattice != nullptr && filled != nullptr;
+    const HeapBlock<float> lattice(kFrameValueSlots);
+    HeapBlock<uint8_t> filled;
+    filled.allocate_zeroed(kFrameValueSlots);
+    const bool have_lattice = lattice && filled;
 
     for (uint32_t i = 0; i < count; ++i) {
         const uint16_t value = frame[i];
@@ -128,11 +113,8 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
             continue;
         }
         const float apparent = radimo::units::celsius_of_sixteenths(value);
-        const ForwardFault fault = enhanced_forward(view, *env_correct_param, apparent, &object);
-        if (fault != ForwardFault::kNone) {
-            RADIMO_FORWARD_FAULT_LINE(fault);
-            return forward_fault_code(fault);
-        }
+        const int rc = enhanced_forward(__func__, view, *env_correct_param, apparent, &object);
+        if (rc != RADIMO_SUCCESS) return rc;
         if (slotted) {
             lattice[slot] = object;
             filled[slot] = 1;

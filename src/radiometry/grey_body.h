@@ -60,16 +60,24 @@ inline double non_negative(double n) {
 // Celsius result: the root rounded to float, then 273.15 subtracted and the
 // difference rounded to float again.
 inline float celsius_result(double root) {
-    return static_cast<float>(static_cast<double>(static_cast<float>(root)) - units::kKelvinOffset);
+    return units::celsius_float(static_cast<float>(root));
+}
+
+// Fourth power of the degC members' temperature argument: its kelvin value,
+// alone of all the terms, is rounded to float before the power.
+inline double pow4_of_celsius(float celsius) {
+    return pow4(units::kelvin_float(celsius));
+}
+
+// Checks the arguments for the member named `caller`. On failure prints the
+// three failure lines under its name; they do not tell which check failed.
+inline bool grey_body_args_checked(const char *caller, const float *result, float ems, uint16_t tau) {
+    if (grey_body_args_ok(result, ems, tau)) return true;
+    constexpr const char *kLogModule = kModuleTempCorrect;
+    RADIMO_ERROR_FOR(caller, "ems=%f\n\n", static_cast<double>(ems));
+    RADIMO_ERROR_FOR(caller, "tau=%d\n\n", static_cast<int>(tau));
+    RADIMO_ERROR_FOR(caller, "data is invalid\n");
+    return false;
 }
 
 }  // namespace radimo::radiometry
-
-// The three failure lines, emitted from the member itself so that the
-// function field names it. The failure does not tell which check failed.
-#define RADIMO_GREY_BODY_FAILURE_LINES(ems, tau)              \
-    do {                                                      \
-        RADIMO_ERROR("ems=%f\n\n", static_cast<double>(ems)); \
-        RADIMO_ERROR("tau=%d\n\n", static_cast<int>(tau));    \
-        RADIMO_ERROR("data is invalid\n");                    \
-    } while (0)

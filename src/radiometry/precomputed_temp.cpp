@@ -80,12 +80,8 @@ int get_precomputed_temp_with_y14_temp(uint16_t value, float *result, const floa
 int radimo_build_precomputed_temp(const env_correct_param_t *env_correct_param, const uint16_t *correct_table,
                                   float lowest, float highest, float *table, uint8_t *valid) {
     using namespace radimo::radiometry;
-    const SceneFault scene_fault =
-        check_scene(env_correct_param, correct_table, table, DistanceBound::kUpTo1000m);
-    if (scene_fault != SceneFault::kNone) {
-        RADIMO_SCENE_FAULT_LINE(scene_fault);
+    if (!scene_valid(__func__, env_correct_param, correct_table, table, DistanceBound::kUpTo1000m))
         return RADIMO_ERR_PARAM;
-    }
     if (valid == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
@@ -99,11 +95,8 @@ int radimo_build_precomputed_temp(const env_correct_param_t *env_correct_param, 
         const float temp = lattice_temp(slot);
         if (temp < lowest || temp > highest) continue;
         float object = 0.0f;
-        const ForwardFault fault = enhanced_forward(view, *env_correct_param, temp, &object);
-        if (fault != ForwardFault::kNone) {
-            RADIMO_FORWARD_FAULT_LINE(fault);
-            return forward_fault_code(fault);
-        }
+        const int rc = enhanced_forward(__func__, view, *env_correct_param, temp, &object);
+        if (rc != RADIMO_SUCCESS) return rc;
         table[slot] = object;
         valid[slot] = 1;
     }

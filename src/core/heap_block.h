@@ -1,10 +1,10 @@
-// A malloc'd working block of the calibration code, freed on every path.
+// A malloc'd (or calloc'd) working block, freed on every path.
 #pragma once
 
 #include <cstddef>
 #include <cstdlib>
 
-namespace radimo::calib {
+namespace radimo {
 
 // Owns count elements of T from malloc (contents uninitialised). A failed
 // allocation leaves the block empty; callers test it before use.
@@ -23,6 +23,12 @@ public:
         data_ = static_cast<T *>(std::malloc(count * sizeof(T)));
         return data_ != nullptr;
     }
+    // As allocate(), with every byte of the new block zero (calloc).
+    bool allocate_zeroed(std::size_t count) {
+        release();
+        data_ = static_cast<T *>(std::calloc(count, sizeof(T)));
+        return data_ != nullptr;
+    }
     // Frees the block early (the owner is done with it before the call ends).
     void release() {
         std::free(data_);
@@ -37,4 +43,4 @@ private:
     T *data_ = nullptr;
 };
 
-}  // namespace radimo::calib
+}  // namespace radimo
