@@ -1,16 +1,12 @@
-// Environment and target-temperature tau tables filled from the two-band model.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+// Environment and target-temperature tau tables filled from the two-band model,
+// and single-element access to a tau table file.
+#include <sys/stat.h>
+#include <unistd.h>
+#include <cstdio>
 
-#include <algorithm>
-#include <vector>
-
-#include "libradimo.h"
-#include "support/log_capture.h"
-#include "tau_model.h"
+#include "support/prelude.h"
 
 namespace model = radimo::tau_model;
-using ::testing::ElementsAre;
 
 namespace {
 
@@ -22,8 +18,7 @@ int at(int h, int t, int d) {
 
 class TauTables : public radimo::test::LoggedTest {
 protected:
-    TauTables() : env(model::kEnvTableSize), target(56 * 64) {
-        model::fill_env_table(env.data());
+    TauTables() : env(radimo::test::env_table()), target(56 * 64) {
         model::fill_target_table(model::TargetLayout::kStandard, target.data());
     }
     static int read(const std::vector<uint16_t> &t, float hum, float ta, float dist) {
@@ -36,13 +31,6 @@ protected:
     }
     std::vector<uint16_t> env, target;
 };
-
-TEST_F(TauTables, ModelIsRealistic) {
-    EXPECT_NEAR(model::transmittance(1.0, 0.6, 25.0), 0.99, 0.005);
-    EXPECT_NEAR(model::transmittance(1000.0, 0.6, 25.0), 0.7, 0.02);
-    EXPECT_GT(target[2 * 64 + 50], target[40 * 64 + 50]);  // hotter targets: slightly less
-    EXPECT_LT(target[2 * 64 + 50] - target[40 * 64 + 50], 400);
-}
 
 TEST_F(TauTables, EnvWriteReadRoundTripAndInterpolation) {
     std::vector<uint16_t> written(model::kEnvTableSize, 0);
@@ -70,16 +58,6 @@ TEST_F(TauTables, EnvWriteReadRoundTripAndInterpolation) {
     }
     ASSERT_EQ(write_tau(written.data(), 0x12345, 0.5f, 20.0f, 1.0f), RADIMO_SUCCESS);
     EXPECT_EQ(written[at(2, 5, 15)], 0x2345);  // low 16 bits
-}
-
-TEST_F(TauTables, EnvTauFallsWithHumidityClassAndDistance) {
-    for (float ta : {0.0f, 20.0f, 37.5f}) {
-        EXPECT_GT(read(env, 0.1f, ta, 30.0f), read(env, 0.4f, ta, 30.0f));
-        EXPECT_GT(read(env, 0.4f, ta, 30.0f), read(env, 0.6f, ta, 30.0f));
-        EXPECT_GT(read(env, 0.6f, ta, 30.0f), read(env, 0.9f, ta, 30.0f));
-        EXPECT_GT(read(env, 0.6f, ta, 0.3f), read(env, 0.6f, ta, 3.0f));
-        EXPECT_GT(read(env, 0.6f, ta, 3.0f), read(env, 0.6f, ta, 45.0f));
-    }
 }
 
 TEST_F(TauTables, EnvRowRulesAndTheLastColumn) {
@@ -121,8 +99,7 @@ TEST_F(TauTables, TargetWriteReadRoundsInsideAndTruncatesAtTheEnds) {
 }
 
 TEST_F(TauTables, TargetHeaderShiftsTheValuesExceptInTheLastColumnCorner) {
-    std::vector<uint16_t> raw(model::raw_table_size(model::TargetLayout::kStandard));
-    model::fill_raw_correction_table(model::TargetLayout::kStandard, model::RawHeader{}, raw.data());
+    std::vector<uint16_t> raw = radimo::test::raw_table(model::TargetLayout::kStandard, {});
     for (float temp : {-20.0f, 30.0f, 333.3f, 1200.0f}) {
         for (float dist : {0.3f, 2.2f, 17.0f}) {
             EXPECT_EQ(read_target(raw.data(), temp, dist), read_target(target.data(), temp, dist));
@@ -131,12 +108,6 @@ TEST_F(TauTables, TargetHeaderShiftsTheValuesExceptInTheLastColumnCorner) {
     raw[63] = 4321;  // header word 64
     EXPECT_EQ(read_target(raw.data(), -20.0f, kNear50), 4321);
     EXPECT_EQ(read_target(target.data(), -20.0f, kNear50), target[63]);
-    std::vector<uint16_t> v3(model::raw_table_size(model::TargetLayout::kV3));
-    model::fill_raw_correction_table(model::TargetLayout::kV3, {.format = 272, .hum_enable = 1}, v3.data());
-    EXPECT_THAT(std::vector<uint16_t>(v3.begin(), v3.begin() + 8),
-                ElementsAre(0, 272, 0xFFFF, 0xFFFF, 0, 0, 1, 0));
-    EXPECT_EQ(v3.size(), 128u + 45u * 88u);
-    EXPECT_GT(v3[128 + 44 * 88 + 87], 8000);  // 1000 m at 1873 K still transmits about half
 }
 
 TEST_F(TauTables, FailuresNameTheAxis) {
@@ -161,6 +132,66 @@ TEST_F(TauTables, FailuresNameTheAxis) {
                             "src/temp_correct/write_tau_with_target_temp_and_dist: correct table is NULL\n",
                             "src/temp_correct/get_target_temp_write_index: target tempperature is invalid\n",
                             "src/temp_correct/get_dist_write_index: d is invalid\n"));
+}
+
+class TauFile : public radimo::test::LoggedTest {
+protected:
+    void SetUp() override {
+        std::string pattern = ::testing::TempDir() + "radimo_tau_XXXXXX";
+        const int fd = mkstemp(pattern.data());
+        ASSERT_GE(fd, 0);
+        path = pattern;
+        std::vector<uint16_t> zeros(radimo::tau_model::kEnvTableSize, 0);
+        ASSERT_EQ(write(fd, zeros.data(), 2 * zeros.size()), static_cast<ssize_t>(2 * zeros.size()));
+        close(fd);
+    }
+    void TearDown() override { std::remove(path.c_str()); }
+    std::string path;
+};
+
+TEST_F(TauFile, WholeEnvTableRoundTrip) {
+    const std::vector<uint16_t> table = radimo::test::env_table();
+    std::vector<uint16_t> back(table.size());
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        ASSERT_EQ(tau_data_write(path.c_str(), static_cast<int>(i), table[i] + 0x10000), RADIMO_SUCCESS);
+    }
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        ASSERT_EQ(tau_data_read(path.c_str(), static_cast<int>(i), &back[i]), RADIMO_SUCCESS);
+    }
+    EXPECT_EQ(back, table);                         // low 16 bits only
+    std::FILE *f = std::fopen(path.c_str(), "rb");  // little-endian at byte 2 * index
+    unsigned char bytes[2] = {};
+    std::fseek(f, 2 * 1000, SEEK_SET);
+    EXPECT_EQ(std::fread(bytes, 1, 2, f), 2u);
+    std::fclose(f);
+    EXPECT_EQ(bytes[0] | bytes[1] << 8, table[1000]);
+    ASSERT_EQ(tau_data_write(path.c_str(), 65536 + 3, 0xBEEF), RADIMO_SUCCESS);  // index modulo 65536
+    ASSERT_EQ(tau_data_read(path.c_str(), 3, &back[0]), RADIMO_SUCCESS);
+    EXPECT_EQ(back[0], 0xBEEF);
+    struct stat st {};
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_size, 2 * 3584);
+}
+
+TEST_F(TauFile, Failures) {
+    const std::string missing = path + ".missing";
+    uint16_t v = 9;
+    struct stat st {};
+    EXPECT_EQ(tau_data_write(missing.c_str(), 0, 1), RADIMO_ERR_FILE);
+    EXPECT_NE(stat(missing.c_str(), &st), 0);  // never created
+    EXPECT_EQ(tau_data_read(missing.c_str(), 0, &v), RADIMO_ERR_FILE);
+    EXPECT_EQ(tau_data_read(path.c_str(), 3584, &v), RADIMO_ERR_FILE);  // past the end
+    EXPECT_EQ(tau_data_read(nullptr, 0, &v), RADIMO_ERR_PARAM);
+    EXPECT_EQ(tau_data_read(path.c_str(), 0, nullptr), RADIMO_ERR_PARAM);
+    EXPECT_EQ(tau_data_write(nullptr, 0, 1), RADIMO_ERR_PARAM);
+    EXPECT_EQ(v, 9);
+    EXPECT_THAT(log.error_trace(),
+                ElementsAre("src/temp_correct/tau_data_write: file open fail\n",
+                            "src/temp_correct/tau_data_read: file open fail\n",
+                            "src/temp_correct/tau_data_read: file read fail\n",
+                            "src/temp_correct/tau_data_read: file_name or tau_value is NULL\n",
+                            "src/temp_correct/tau_data_read: file_name or tau_value is NULL\n",
+                            "src/temp_correct/tau_data_write: file_name or tau_value is NULL\n"));
 }
 
 }  // namespace

@@ -1,27 +1,15 @@
 // User-defined calibration points: every member on realistic camera data,
 // the lens-change carry, the dispatcher, the messages and the KT/BT round trip.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <string>
 #include <tuple>
-#include <vector>
 
-#include "calib/calib_tables.h"
-#include "libradimo.h"
-#include "support/log_capture.h"
-#include "tau_model.h"
+#include "support/prelude.h"
 
 namespace {
 
-using ::testing::ElementsAre;
+using radimo::test::Table;
 using ::testing::StartsWith;
-using Table = std::vector<uint16_t>;
 namespace model = radimo::tau_model;
 
-constexpr nuc_factor_t kHighGain{-5645, 9300000, 104858};  // NUC 3000 at 253 K .. 16000 at 423 K
 constexpr env_correct_param_t kEnvScene{10.0f, 0.95f, 0.6f, 25.0f, 30.0f};  // tau from the environment table
 constexpr env_correct_param_t kFarScene{100.0f, 0.9f, 0.9f, 30.0f,
                                         45.0f};  // tau from the raw correction table
@@ -39,12 +27,7 @@ struct Pair {
 };
 
 second_calib_param_t record(int16_t k, int16_t b, uint16_t ca, uint16_t len, uint16_t vtemp) {
-    second_calib_param_t p{};
-    p.K_Temp = k;
-    p.B_Temp = b;
-    p.Address_CA = ca;
-    p.ktbt_array_len = p.ktbt_index_len = len;
-    p.nuc_table_len = 8192;
+    second_calib_param_t p = radimo::test::ktbt_record(k, b, ca, len);
     p.cur_vtemp = vtemp;
     return p;
 }
@@ -59,37 +42,14 @@ uint16_t lookup(const Table &nuc, float temp) {
     return n;
 }
 
-float apparent(const Table &raw, float temp) {
-    float a = 0;
-    EXPECT_EQ(reverse_enhance_distance_temp_correct(&kFarScene, raw.data(), 0, &a, temp), RADIMO_SUCCESS);
-    return a;
-}
-
-// output_nuc of 63.5 degC by its definition: lookup, old KT/BT removed, new KT/BT applied.
-uint16_t carried(bool long_arrays, const second_calib_param_t &p, const Pair &o, const Pair &n,
-                 const Table &nuc) {
-    const ktbt_correct_param_t fwd{p.K_Temp, p.B_Temp, p.Address_CA, n.kt.data(), n.bt.data(), p.cur_vtemp};
-    uint16_t v = lookup(nuc, 63.5f);
-    (long_arrays ? reverse_ktbt_correct_with_version3 : reverse_ktbt_correct)(&p, o.kt.data(), o.bt.data(),
-                                                                              nullptr, p.cur_vtemp, v, &v);
-    (long_arrays ? ktbt_correct_process_with_version3 : ktbt_correct_process)(&fwd, v, &v);
-    return v;
-}
-
 auto values(const multi_point_temp_t &t, const multi_point_nuc_t &n) {
     return std::make_tuple(t.setting_temp, n.output_nuc, n.setting_nuc);
 }
 
 class UserPoints : public radimo::test::LoggedTest {
 protected:
-    UserPoints() {
-        generate_high_gain_nuc_t(&kHighGain, nuc.data());
-        model::fill_env_table(env.data());
-        model::fill_raw_correction_table(model::TargetLayout::kV3, {0, 300, 1, 2, 1, 2, 0, 0, 1, 1},
-                                         raw.data());
-    }
-    Table nuc = Table(8192), env = Table(model::kEnvTableSize);
-    Table raw = Table(model::raw_table_size(model::TargetLayout::kV3));
+    Table nuc = radimo::test::high_gain_table(), env = radimo::test::env_table();
+    Table raw = radimo::test::raw_table(model::TargetLayout::kV3, {0, 300, 1, 2, 1, 2, 0, 0, 1, 1});
     Pair old{1201}, fresh{1201, 35};
     // Three distinguishable ranges: old offsets 100 apart, new ones 10, 20 and 30 above the old.
     Pair old3[3] = {Pair(3601, 0), Pair(3601, 100), Pair(3601, 200)};
@@ -140,31 +100,27 @@ protected:
     }
 };
 
+// 63.5 degC is looked up, its old KT/BT removed and the new applied: NUC 8708. 60 degC
+// looks up 8408; through the far scene it looks like 54.65 degC (8006), and with the
+// environment factor of the near scene removed it is 8209.
 TEST_F(UserPoints, BaseMemberByCorrectionMode) {
-    const uint16_t output = carried(false, param.second_calib_param, old, fresh, nuc);
     for (uint32_t mode : {8u, 0xFFFFFFFFu}) {  // the plain lookup
         ASSERT_EQ(base(mode), RADIMO_SUCCESS);
-        EXPECT_EQ(values(temp, out), values({0, 60.0f}, {output, lookup(nuc, 60.0f)}));
+        EXPECT_EQ(values(temp, out), values({0, 60.0f}, {8708, 8408}));
     }
     for (uint32_t mode = 4; mode <= 7; ++mode) {  // setting_temp corrected in place, on every call
         temp.setting_temp = 60.0f;
-        const float once = apparent(raw, 60.0f);
         ASSERT_EQ(base(mode), RADIMO_SUCCESS);
-        EXPECT_EQ(values(temp, out), values({0, once}, {output, lookup(nuc, once)}));
+        EXPECT_EQ(values(temp, out), values({0, 54.6545029f}, {8708, 8006}));
         ASSERT_EQ(base(mode), RADIMO_SUCCESS);
-        EXPECT_EQ(temp.setting_temp, apparent(raw, once));
+        EXPECT_EQ(temp.setting_temp, 50.4677353f);
     }
     param.env_correct_param = kEnvScene;  // the correct table is the environment tau table here
     arrays.correct_table = env.data();
-    env_factor_t factor{};
-    ASSERT_EQ(calc_env_factor_with_dist_and_env_temp(&kEnvScene, env.data(), nuc.data(), &factor), 0);
-    uint16_t removed = 0;
-    reverse_calc_NUC_without_env_correct(&factor, lookup(nuc, 60.0f), &removed);
-    EXPECT_NE(removed, lookup(nuc, 60.0f));
     for (uint32_t mode = 0; mode <= 3; ++mode) {
         temp.setting_temp = 60.0f;
         ASSERT_EQ(base(mode), RADIMO_SUCCESS);
-        EXPECT_EQ(values(temp, out), values({0, 60.0f}, {output, removed}));
+        EXPECT_EQ(values(temp, out), values({0, 60.0f}, {8708, 8209}));
     }
 }
 
@@ -193,11 +149,13 @@ TEST_F(UserPoints, OutputSideLosesExactlyTheReverseRoundingStep) {
     EXPECT_GT(exact, 0);
 }
 
+// The dispatcher numbers from 0: version 0 runs the member called version1, 1 runs version2.
 TEST_F(UserPoints, VersionedMembers) {
+    multi_point_calib_param_t p{&adv, &arrays, &temp, &out, 1, 0, 1};
     // Version 1: the base member's environment mode on the first scene.
     arrays.correct_table = env.data();
     adv = {kEnvScene, kFarScene, param.second_calib_param};
-    ASSERT_EQ(version1(), RADIMO_SUCCESS);
+    ASSERT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 0, &result), RADIMO_SUCCESS);
     const auto by_version1 = values(temp, out);
     param.env_correct_param = kEnvScene;
     ASSERT_EQ(base(0), RADIMO_SUCCESS);
@@ -205,63 +163,23 @@ TEST_F(UserPoints, VersionedMembers) {
     // Version 2: index 3000 of the long arrays; version 3: the pairs of range
     // temp_area, printing the response before KT/BT. Both correct in place.
     adv = {kFarScene, kEnvScene, camera(3601, 8202)};
-    const float once = apparent(raw, 60.0f);
-    for (int r = -1; r < 3; ++r) {
+    p.multi_point_calib_array = &long_arrays;
+    temp.setting_temp = 60.0f;
+    ASSERT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 1, &long_result), RADIMO_SUCCESS);
+    EXPECT_EQ(values(temp, out), values({0, 54.6545029f}, {8693, 8006}));
+    const std::pair<uint16_t, uint16_t> by_range[3] = {
+        {8657, 8683}, {8556, 8693}, {8456, 8703}};  // before, output
+    for (uint32_t r = 0; r < 3; ++r) {
         temp.setting_temp = 60.0f;
-        const Pair &o = r < 0 ? old3[1] : old3[r], &n = r < 0 ? new3[1] : new3[r];
-        uint16_t before = 0;
-        reverse_ktbt_correct_with_version3(&adv.second_calib_param, o.kt.data(), o.bt.data(), nullptr, 8202,
-                                           lookup(nuc, 63.5f), &before);
-        if (r < 0) {
-            ASSERT_EQ(version2(), RADIMO_SUCCESS);
-        } else {
-            v3.temp_area = static_cast<uint32_t>(r);
-            EXPECT_EQ(version3(), "multi_point_nuc->output_nuc = " + std::to_string(before) + "\n");
-        }
-        EXPECT_EQ(values(temp, out),
-                  values({0, once}, {carried(true, adv.second_calib_param, o, n, nuc), lookup(nuc, once)}));
+        v3.temp_area = r;
+        EXPECT_EQ(version3(), "multi_point_nuc->output_nuc = " + std::to_string(by_range[r].first) + "\n");
+        EXPECT_EQ(values(temp, out), values({0, 54.6545029f}, {by_range[r].second, 8006})) << r;
     }
     const radimo_printer_t error = radimo_error_print, debug = radimo_debug_print;
     radimo_log_register(2);  // silenced, the print still appears
     EXPECT_THAT(version3(), StartsWith("multi_point_nuc->output_nuc = "));
     radimo_error_print = error;
     radimo_debug_print = debug;
-}
-
-// Version 0 runs the member called version1, 1 runs version2, 2 runs version3.
-TEST_F(UserPoints, DispatcherNumbersFromZero) {
-    multi_point_calib_param_t p{&adv, &arrays, &temp, &out, 1, 0, 1};
-    arrays.correct_table = env.data();
-    adv = {kEnvScene, kFarScene, param.second_calib_param};
-    ASSERT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 0, &result), RADIMO_SUCCESS);
-    const auto by_0 = values(temp, out);
-    ASSERT_EQ(version1(), RADIMO_SUCCESS);
-    EXPECT_EQ(by_0, values(temp, out));
-    adv = {kFarScene, kEnvScene, camera(3601, 8202)};
-    p.multi_point_calib_array = &long_arrays;
-    ASSERT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 1, &long_result), RADIMO_SUCCESS);
-    const auto by_1 = values(temp, out);
-    temp.setting_temp = 60.0f;
-    ASSERT_EQ(version2(), RADIMO_SUCCESS);
-    EXPECT_EQ(by_1, values(temp, out));
-
-    p.multi_point_calib_array = &arrays;
-    result.kt_array = nullptr;
-    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 0, &result), RADIMO_ERR_VERSION);
-    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 1, &result), RADIMO_ERR_VERSION);
-    p.temp_area = 3;
-    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 2, &new_ranges), RADIMO_ERR_VERSION);
-    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 3, &result), RADIMO_ERR_PARAM);
-    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(nullptr, 0, &result), RADIMO_ERR_PARAM);
-    EXPECT_EQ(member_errors(), R"(_with_version1: two_point_calib_result is invalid
-_with_version: multi_point_calc_user_defined_nuc failed
-_with_version2: two_point_calib_result is invalid
-_with_version: multi_point_calc_user_defined_nuc failed
-_with_version3: temp_area is invalid
-_with_version: multi_point_calc_user_defined_nuc_with_version3 failed
-_with_version: version is wrong
-_with_version: handle is NULL
-)");
 }
 
 TEST_F(UserPoints, ChecksInOrder) {
@@ -288,6 +206,12 @@ TEST_F(UserPoints, ChecksInOrder) {
     ranges.bt_array[0] = old3[0].bt.data();
     new_ranges.kt_array[1] = nullptr;
     version3(-1100);
+    multi_point_calib_param_t p{&adv, &arrays, &temp, &out, 1, 0, 3};  // the dispatcher adds its line
+    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 0, &result), RADIMO_ERR_VERSION);
+    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 1, &result), RADIMO_ERR_VERSION);
+    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 2, &new_ranges), RADIMO_ERR_VERSION);
+    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(&p, 3, &result), RADIMO_ERR_PARAM);
+    EXPECT_EQ(multi_point_calc_user_defined_nuc_with_version(nullptr, 0, &result), RADIMO_ERR_PARAM);
     EXPECT_EQ(out.output_nuc, 7);
     EXPECT_EQ(member_errors(), R"(: input param is invalid
 _in_change_lens: input param is invalid
@@ -305,6 +229,14 @@ _with_version3: temp_area is invalid
 _with_version3: multi_point_calib_input_param is invalid
 _with_version3: multi_point_calib_input_param is invalid
 _with_version3: two_point_calib_result is invalid
+_with_version1: two_point_calib_result is invalid
+_with_version: multi_point_calc_user_defined_nuc failed
+_with_version2: two_point_calib_result is invalid
+_with_version: multi_point_calc_user_defined_nuc failed
+_with_version3: temp_area is invalid
+_with_version: multi_point_calc_user_defined_nuc_with_version3 failed
+_with_version: version is wrong
+_with_version: handle is NULL
 )");
 }
 
@@ -319,8 +251,7 @@ TEST_F(UserPoints, FailedStepsAreReportedByTheMember) {
               "src/temp_correct/reverse_calc_NUC_with_nuc_t_table_len: reverse calculate failed\n"
               "src/temp_correct/multi_point_calc_user_defined_nuc_with_version3: reverse_calc_nuc_with_nuc_t "
               "failed\n");
-    Table dip(8192);  // within 4000..4800 and 4800 at both ends: a hot output is found, a cold setting never
-    for (int i = 0; i < 8192; ++i) dip[i] = static_cast<uint16_t>(std::min(4800, 4000 + std::abs(i - 4000)));
+    Table dip = radimo::test::dip_table();  // a hot output is found, a cold setting never
     use_table(dip);
     temp.setting_temp = 0.0f;
     const auto cold = [&](int rc) { return temp.setting_temp = 0.0f, rc; };  // undoes the in-place correction

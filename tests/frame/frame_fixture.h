@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "libradimo.h"
@@ -37,5 +38,12 @@ struct TestFrame {
         return f;
     }
 };
+
+// "max <v> at (x,y), min <v> at (x,y), avg <v>": a whole result in one comparison.
+inline std::string summary(const temp_result_t &r) {
+    const auto at = [](point_t p) { return " at (" + std::to_string(p.x) + "," + std::to_string(p.y) + ")"; };
+    return "max " + std::to_string(r.max_temp) + at(r.max_temp_point) + ", min " +
+           std::to_string(r.min_temp) + at(r.min_temp_point) + ", avg " + std::to_string(r.avg_temp);
+}
 
 }  // namespace radimo::test

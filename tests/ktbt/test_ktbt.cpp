@@ -1,19 +1,10 @@
 // KT/BT index, forward and reverse correction, and the one-call temperature measurement.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <vector>
-
 #include "ktbt/ktbt_index.h"
-#include "libradimo.h"
-#include "support/log_capture.h"
+#include "support/prelude.h"
 
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using KtbtTest = radimo::test::LoggedTest;
+constexpr auto record = radimo::test::ktbt_record;
 
 struct Arrays {
     std::vector<uint16_t> kt;
@@ -29,15 +20,6 @@ Arrays index_offsets(size_t len) {
     Arrays a = arrays(len, 16384, 0);
     for (size_t i = 0; i < len; ++i) a.bt[i] = static_cast<int16_t>(i);
     return a;
-}
-
-second_calib_param_t record(int16_t k, int16_t b, uint16_t ca, uint16_t index_len) {
-    second_calib_param_t p{};
-    p.K_Temp = k;
-    p.B_Temp = b;
-    p.Address_CA = ca;
-    p.ktbt_index_len = index_len;
-    return p;
 }
 
 uint16_t forward(const Arrays &a, uint16_t vtemp, uint32_t nuc, bool v3 = false, uint16_t ca = 100,
@@ -91,20 +73,20 @@ TEST_F(KtbtTest, IndexFromVtemp) {
 }
 
 TEST_F(KtbtTest, ForwardCorrection) {
-    EXPECT_EQ(forward(arrays(1201, 16384, -20), 600, 1000), 980);
-    EXPECT_EQ(forward(arrays(1201, 16384, -20), 600, 10), 0);
-    EXPECT_EQ(forward(arrays(1201, 16384, 50), 600, 16383), 16383);
-    EXPECT_EQ(forward(arrays(1201, 8192, 0), 600, 0x10000u + 1001), 501);  // 500.5 rounds up
-    // A product beyond 2^31 wraps in the signed 32-bit arithmetic and clamps to 0.
-    EXPECT_EQ(forward(arrays(1201, 65535, -32768), 600, 65535), 0);
+    // 500.5 rounds up; a product beyond 2^31 wraps in the signed 32-bit arithmetic and clamps to 0.
+    EXPECT_THAT((std::vector<int>{forward(arrays(1201, 16384, -20), 600, 1000),
+                                  forward(arrays(1201, 16384, -20), 600, 10),
+                                  forward(arrays(1201, 16384, 50), 600, 16383),
+                                  forward(arrays(1201, 8192, 0), 600, 0x10000u + 1001),
+                                  forward(arrays(1201, 65535, -32768), 600, 65535)}),
+                ElementsAre(980, 0, 16383, 501, 0));
+    // The offset reveals the index: clamped to 1200 (3600), T_FPA clamped at 4095 (16383), and
+    // T_FPA 300.5 rounds to 301.
     const Arrays a = index_offsets(3601);
-    EXPECT_EQ(forward(a, 600, 1000), 1000 + 499);
-    EXPECT_EQ(forward(a, 0, 1000), 1000 + 0);
-    EXPECT_EQ(forward(a, 60000, 1000), 1000 + 1200);                 // index clamp
-    EXPECT_EQ(forward(a, 60000, 1000, false, 3000), 1000 + 1094);    // T_FPA clamp at 4095
-    EXPECT_EQ(forward(a, 601, 1000, false, 100, 8192), 1000 + 200);  // T_FPA 300.5 rounds to 301
-    EXPECT_EQ(forward(a, 60000, 1000, true), 1000 + 3600);
-    EXPECT_EQ(forward(a, 60000, 1000, true, 14000), 1000 + 16383 - 14001);
+    EXPECT_THAT((std::vector<int>{forward(a, 600, 0), forward(a, 0, 0), forward(a, 60000, 0),
+                                  forward(a, 60000, 0, false, 3000), forward(a, 601, 0, false, 100, 8192),
+                                  forward(a, 60000, 0, true), forward(a, 60000, 0, true, 14000)}),
+                ElementsAre(499, 0, 1200, 1094, 200, 3600, 16383 - 14001));
     EXPECT_THAT(log.lines(), IsEmpty());  // nothing logged on success
 }
 

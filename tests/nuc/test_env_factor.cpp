@@ -1,44 +1,23 @@
 // Environment factors: the KE/BE calculators in their unit systems, the float
 // scene on realistic tau tables, applying and removing a factor.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <vector>
-
-#include "libradimo.h"
-#include "support/log_capture.h"
+#include "support/prelude.h"
 #include "tau_model.h"
 
 namespace {
 
 namespace model = radimo::tau_model;
-using ::testing::ElementsAre;
-using Table = std::vector<uint16_t>;
+using radimo::test::dip_table;
+using radimo::test::Table;
 
-constexpr nuc_factor_t kHigh{-5645, 9300000, 104858};  // NUC 3000 at 253 K .. 16000 at 423 K
+constexpr nuc_factor_t kHigh = radimo::test::kHighGain;
 constexpr env_factor_t kUntouched{0xDEAD, -7};
 constexpr env_param_t kPerfectOrg{128, 128, 300, 300};
+constexpr nuc_factor_t kHalfPerKelvin{0, 1 << 19, 0};
 
 enum Kind { kOrgFactor, kNewFactor, kOrgTable, kNewTable };
 
-// 4800 (300 K) at both ends, dipping to 4000: a hotter target is moved to 4799
-// and found, a colder one is moved to 4801 and never found.
-Table dip_table() {
-    Table t(8192);
-    for (int i = 0; i < 8192; ++i) t[i] = static_cast<uint16_t>(std::min(4800, 4000 + std::abs(i - 4000)));
-    return t;
-}
-
 class EnvFactor : public radimo::test::LoggedTest {
 protected:
-    EnvFactor() : nuc(8192), tau(model::kEnvTableSize) {
-        EXPECT_EQ(generate_high_gain_nuc_t(&kHigh, nuc.data()), RADIMO_SUCCESS);
-        model::fill_env_table(tau.data());
-    }
     // In the kind's own units: Q7 and kelvin (org) or Q14 and 1/16 K (new).
     int call(Kind k, env_param_t p, int gain = 1, const Table *table = nullptr) {
         out = kUntouched;
@@ -63,7 +42,7 @@ protected:
         return calc_env_factor_with_dist_and_env_temp(&s, (tau_table ? tau_table : &tau)->data(),
                                                       (nuc_table ? nuc_table : &nuc)->data(), &out);
     }
-    Table nuc, tau;
+    Table nuc = radimo::test::high_gain_table(), tau = radimo::test::env_table();
     env_factor_t out{};
 };
 
@@ -80,6 +59,11 @@ TEST_F(EnvFactor, PerfectSceneAndGainModes) {
     EXPECT_EQ(log.debugs()[1].where_what(),
               "src/temp_correct/calc_env_factor_with_dist_and_env_temp: "
               "hum=0.500000,ta=25.000000,dist=10.000000\n");
+    // The NUC values of Ta and Tu round the Q20 sum: 0.5 NUC per kelvin gives 151 at 301 K, not
+    // 150, and BE = 151 + 2 * 151 at half emissivity and transmittance.
+    const env_param_t half{64, 64, 301, 301};
+    ASSERT_EQ(calculate_KE_and_BE(&half, &kHalfPerKelvin, 1, &out), RADIMO_SUCCESS);
+    EXPECT_EQ(out.BE, 453);
     // Only the low 8 bits select the gain; 2 (or 0x102) checks no range at all.
     EXPECT_EQ(call(kOrgFactor, {100, 100, 5, 5000}, 0x102), RADIMO_SUCCESS);
     EXPECT_EQ(call(kNewFactor, {9000, 9000, -70000, 1 << 30}, 2), RADIMO_SUCCESS);  // wraps, no UB
@@ -98,10 +82,10 @@ TEST_F(EnvFactor, ChecksInOrderWriteNothing) {
                 fails(kNewFactor, {-1, 1, 4800, 4800}) && fails(kNewTable, {16384, 0, 4800, 4800}) &&
                 fails(kNewFactor, {1, 16384, 3679, 4800}) && fails(kNewTable, {1, 1, 4800, 13969}, 0));
     const Table opaque(model::kEnvTableSize, 0), dip = dip_table();
-    const env_correct_param_t invalid[] = {{1, 0.0f, 0.5f, 20, 20},   {1, 1.01f, 0.5f, 20, 20},
-                                           {1, 0.9f, 1.1f, 20, 20},   {-1, 0.9f, 0.5f, 20, 20},
-                                           {1, 0.9f, 0.5f, -274, 20}, {1, 0.9f, 0.5f, 20, 101},
-                                           {1, 1e-5f, 0.5f, 20, 20}};  // the last is 0 in Q14
+    const env_correct_param_t invalid[] = {
+        {1, 0.0f, 0.5f, 20, 20},  {1, 1.01f, 0.5f, 20, 20}, {1, 0.9f, 1.1f, 20, 20},
+        {1, 0.9f, -0.1f, 20, 20}, {-1, 0.9f, 0.5f, 20, 20}, {1, 0.9f, 0.5f, -274, 20},
+        {1, 0.9f, 0.5f, 20, 101}, {1, 1e-5f, 0.5f, 20, 20}};  // the last is 0 in Q14
     for (const env_correct_param_t &s : invalid) EXPECT_EQ(scene(s), RADIMO_ERR_PARAM);
     EXPECT_EQ(scene({1, 0.9f, 0.5f, 20, 20}, &opaque), RADIMO_ERR_PARAM);
     EXPECT_EQ(scene({0.1f, 0.9f, 0.5f, 20, 20}), RADIMO_ERR_TAU_TABLE);
@@ -116,8 +100,8 @@ TEST_F(EnvFactor, ChecksInOrderWriteNothing) {
                     "new TAU is invalid\n", "new Ta or Tu is invalid in high gain mode\n",
                     "new Ta or Tu is invalid in low gain mode\n",  // the float scene:
                     "new EMS is invalid\n", "new EMS is invalid\n", "hum is out of range\n",
-                    "dist is invalid\n", "ta is invalid\n", "tu is invalid\n", "new EMS is invalid\n",
-                    "new TAU is invalid\n", "dist is invalid\n", "read_tau failed\n",
+                    "hum is out of range\n", "dist is invalid\n", "ta is invalid\n", "tu is invalid\n",
+                    "new EMS is invalid\n", "new TAU is invalid\n", "dist is invalid\n", "read_tau failed\n",
                     "reverse calculate failed\n", "reverse_calc_NUC_with_nuc_t failed\n",
                     "reverse calculate failed\n", "read_tau failed\n"));  // the tau text, deliberately
     log.clear();
@@ -150,6 +134,9 @@ TEST_F(EnvFactor, TableLookupFailures) {
     // fraction of Ta (310 K is found at 4799, entry 3201): BE = 2.0 * 6402.
     EXPECT_EQ(call(kNewTable, {8192, 8192, 310 * 16 + 15, 250 * 16}, 1, &dip), RADIMO_SUCCESS);
     EXPECT_THAT((std::vector<int64_t>{out.KE, out.BE}), ElementsAre(65536, 2 * 6402));
+    // The org variant rounds its Q14 sum: (5461 + 21845) * 6402 / 16384 = 10669.74 gives 10670.
+    EXPECT_EQ(call(kOrgTable, {96, 64, 310, 310}, 1, &dip), RADIMO_SUCCESS);
+    EXPECT_THAT((std::vector<int64_t>{out.KE, out.BE}), ElementsAre(43690, 10670));
 }
 
 TEST_F(EnvFactor, PhysicalBehaviourAndUnitSystemsAgree) {
@@ -194,12 +181,12 @@ TEST_F(EnvFactor, ApplyRemoveAndNucOfTemperature) {
         uint16_t v = 0xBEEF;
         return recalc_NUC_with_env_correct(&f, nuc, &v) == RADIMO_SUCCESS ? int(v) : -1;
     };
-    EXPECT_EQ(apply({16384, 100}, 50), 0);
-    EXPECT_EQ(apply({16384, 100}, 16500), 16383);
-    EXPECT_EQ(apply({16384, 100}, 0x10000 + 300), 200);  // low 16 bits of the NUC value
-    EXPECT_EQ(apply({16384, 0}, 32768), 16383);          // 32768 is capped, 32769 counts as negative
-    EXPECT_EQ(apply({16384, 0}, 32769), 0);
-    EXPECT_EQ(apply({1u << 20, 0}, 65535), 0);  // the product wraps in 32 bits
+    // The low 16 bits of the NUC value count; 32768 is capped, 32769 counts as negative; the
+    // product wraps in 32 bits.
+    EXPECT_THAT((std::vector<int>{apply({16384, 100}, 50), apply({16384, 100}, 16500),
+                                  apply({16384, 100}, 0x10000 + 300), apply({16384, 0}, 32768),
+                                  apply({16384, 0}, 32769), apply({1u << 20, 0}, 65535)}),
+                ElementsAre(0, 16383, 200, 16383, 0, 0));
     for (uint32_t KE : {16384u, 17000u, 19500u, 25000u, 40000u}) {
         for (int32_t BE : {0, 150, 1200, 4000}) {
             for (int n = 0; n < 16384; n += 13) {
@@ -216,10 +203,10 @@ TEST_F(EnvFactor, ApplyRemoveAndNucOfTemperature) {
         uint16_t v = 0xBEEF;
         return reverse_calc_NUC_with_env_correct(&f, &v, kelvin) == RADIMO_SUCCESS ? int(v) : -1;
     };
-    EXPECT_EQ(nuc_of({1000, 1 << 20, 0}, 300.5), 1301);  // 300.5 + 0.5 rounds up
-    EXPECT_EQ(nuc_of({1000, 1 << 20, 0}, 300.49), 1300);
-    EXPECT_EQ(nuc_of({20000, 0, 0}, 300.0), 16383);
-    EXPECT_EQ(nuc_of({-2, 0, 0}, 300.0), 16383);  // -1.5 truncates to -1: 65535 in 16 bits, capped
+    // 300.5 + 0.5 rounds up; -1.5 truncates to -1: 65535 in 16 bits, capped.
+    EXPECT_THAT((std::vector<int>{nuc_of({1000, 1 << 20, 0}, 300.5), nuc_of({1000, 1 << 20, 0}, 300.49),
+                                  nuc_of({20000, 0, 0}, 300.0), nuc_of({-2, 0, 0}, 300.0)}),
+                ElementsAre(1301, 1300, 16383, 16383));
     const kb_param_t first{2048, 1024}, second{512, -2048};
     double temp = 0;
     ASSERT_EQ(env_temp_calculate(&first, &second, 0x10000 + 100, &temp), RADIMO_SUCCESS);

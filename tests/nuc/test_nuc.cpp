@@ -1,21 +1,11 @@
 // NUC conversion: lookups, reverse search, inverse environment factor, frame
 // NUC value, flat-run trimming, gain tables and K/B recalibration.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <vector>
-
-#include "libradimo.h"
-#include "support/log_capture.h"
+#include "support/prelude.h"
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using Table = std::vector<uint16_t>;
+using radimo::test::kHighGain;
+using radimo::test::Table;
 using NucTest = radimo::test::LoggedTest;
 
 // Celsius temperature whose search target is exactly `units` (1/16 K).
@@ -71,8 +61,7 @@ TEST_F(NucTest, ReverseSearchWorkedValues) {
     EXPECT_EQ(search(up, celsius(5004)), 200);  // nearer entry of 5000 / 5010
     EXPECT_EQ(search(up, celsius(5005)), 202);  // a tie goes up
     EXPECT_EQ(log.debug_texts()[3] + log.debug_texts()[4], "nuc_table[100]=5000\nnuc_table[101]=5010\n");
-    Table down = up;
-    std::reverse(down.begin(), down.end());  // 5010 at 8090, 5000 at 8091: the farther entry is taken
+    const Table down = radimo::test::reversed(up);  // 5010 at 8090, 5000 at 8091: the farther entry is taken
     EXPECT_EQ(search(down, celsius(5004)), 2 * 8090);
     EXPECT_EQ(search(down, celsius(5006)), 2 * 8091);
     log.clear();
@@ -112,11 +101,10 @@ TEST_F(NucTest, InverseEnvironmentFactorFrameValueAndFlatRuns) {
         uint16_t nuc = 0xBEEF;
         return reverse_calc_NUC_without_env_correct(&f, object_nuc, &nuc) == 0 ? nuc : -1;
     };
-    EXPECT_EQ(inverse({16384, 0}, 8000), 8000);
-    EXPECT_EQ(inverse({16384, 0}, 20000), 16383);
-    EXPECT_EQ(inverse({32768, 100}, 0x10000u + 900), 500);
-    EXPECT_EQ(inverse({16384, -100}, 50), 16383);  // -50 wraps: 65486 in 16 bits, capped
-    EXPECT_EQ(inverse({0, 10}, 50), -1);
+    EXPECT_THAT((std::vector<int>{inverse({16384, 0}, 8000), inverse({16384, 0}, 20000),
+                                  inverse({32768, 100}, 0x10000u + 900), inverse({16384, -100}, 50),
+                                  inverse({0, 10}, 50), inverse({20000, 0}, 7)}),
+                ElementsAre(8000, 16383, 500, 16383, -1, 5));  // -50 wraps to 65486, capped; 5.73 truncates
     const env_factor_t unit{16384, 0};
     EXPECT_EQ(reverse_calc_NUC_without_env_correct(&unit, 5, nullptr), RADIMO_ERR_PARAM);
     // 5 x 5 samples 112..156 sum to 3350; without 112 and 156, 3082 = 23 * 134.
@@ -140,10 +128,6 @@ TEST_F(NucTest, InverseEnvironmentFactorFrameValueAndFlatRuns) {
                             "src/temp_correct/reverse_calc_NUC_without_env_correct: nuc is NULL\n",
                             "src/libradimo/get_pixel_square_array: the point is invalid\n"));
 }
-
-// A plausible camera: a few thousand NUC at the cold end rising to ~16000 at the hot end.
-constexpr nuc_factor_t kHighGain{-5645, 9300000, 104858};  // 253 K .. 423 K
-constexpr nuc_factor_t kLowGain{-2701, 15196000, 10486};   // 273 K .. 823 K
 
 uint16_t factor_nuc(const nuc_factor_t &f, float temp) {
     uint16_t nuc = 0;
@@ -172,14 +156,15 @@ TEST_F(NucTest, GainTables) {
     EXPECT_EQ(factor_nuc({0, 1 << 20, 0}, 26.5f), 299);         // 299.65 K truncated
     EXPECT_EQ(factor_nuc({70000, 0, 0}, 0.0f), 70000 - 65536);  // low 16 bits, no cap
     EXPECT_EQ(calculate_nuc_with_nuc_factor(&kHighGain, nullptr, 1.0f), RADIMO_ERR_PARAM);
+    const nuc_factor_t low_gain{-2701, 15196000, 10486};  // 273 K .. 823 K
     Table high(8192, 0xABCD), low(8192, 0xABCD);
     ASSERT_EQ(generate_high_gain_nuc_t(&kHighGain, high.data()), RADIMO_SUCCESS);
-    ASSERT_EQ(generate_low_gain_nuc_t(&kLowGain, low.data()), RADIMO_SUCCESS);
+    ASSERT_EQ(generate_low_gain_nuc_t(&low_gain, low.data()), RADIMO_SUCCESS);
     EXPECT_TRUE(std::is_sorted(high.begin(), high.end()) && std::is_sorted(low.begin(), low.end()));
     EXPECT_THAT((std::vector<int>{high.front(), high.back(), low.front(), low.back()}),
                 ElementsAre(4048, 6768, 4368, 13168));
     expect_round_trip(high, kHighGain, -20.0, 149.5);
-    expect_round_trip(low, kLowGain, 0.5, 549.5);
+    expect_round_trip(low, low_gain, 0.5, 549.5);
     // One index per kelvin, 253 K at index 0: the scan's first index equals its
     // initial previous index, so entry 0 stays as it was; the first (coldest) of
     // the 64 steps reaching an index keeps it.
@@ -209,26 +194,21 @@ TEST_F(NucTest, KbRecalibration) {
     const double target[2] = {50.0, 10.0};
     ASSERT_EQ(double_point_recalibrate_KB(&first, x, target, &kb), RADIMO_SUCCESS);
     EXPECT_THAT((std::vector<int>{kb.K, kb.B}), ElementsAre(26214, -255));  // 40 * 2^20 / 1600; truncated
-    for (int i = 0; i < 2; ++i) EXPECT_NEAR(((2.0 * x[i] + 10) * kb.K / 1024 + kb.B) / 1024, target[i], 2e-3);
     EXPECT_EQ(double_point_recalibrate_KB(&first, same, target, &kb), RADIMO_ERR_PARAM);
     EXPECT_EQ(double_point_recalibrate_KB(&flat, x, target, &kb), RADIMO_ERR_PARAM);
-    second_calib_param_t info{};
-    info.K_Temp = 16384;
-    info.Address_CA = 100;
+    second_calib_param_t info = radimo::test::ktbt_record(16384, 0, 100, 1201);
     const uint16_t range[2] = {0, 1200}, equal[2] = {500, 500};
     const uint32_t value = 5;
     kb = kb_param_t{3, 0};
     ASSERT_EQ(calculate_Kn_and_Bn(&info, range, &value, &kb), RADIMO_SUCCESS);
     EXPECT_THAT((std::vector<int>{kb.K, kb.B}),
-                ElementsAre(3, 5 * 1024 - 1301 * 3));  // vtemp 1301 gives index 1200
+                ElementsAre(3, 5 * 1024 - 1301 * 3));  // vtemp 1301: index 1200
     EXPECT_EQ(calculate_Kn_and_Bn(&info, equal, &value, &kb), RADIMO_ERR_PARAM);
     info.K_Temp = 0;
     EXPECT_EQ(calculate_Kn_and_Bn(&info, range, &value, &kb), RADIMO_ERR_PARAM);
     EXPECT_EQ(kb.B, 5 * 1024 - 1301 * 3);
     // (65535 + 65535 + 1 + 1) * 16384 wraps to INT32_MIN; dividing by -1 wraps again.
-    info.K_Temp = -1;
-    info.B_Temp = -1;
-    info.Address_CA = 65535;
+    info = radimo::test::ktbt_record(-1, -1, 65535, 1201);
     const uint16_t top[2] = {0, 65535};
     const uint32_t zero = 0;
     kb = kb_param_t{-1, 0};

@@ -2,19 +2,11 @@
 // result code, output and every message (printer, module, function, text) must
 // agree for every table shape and target: exact hits, ties, near-misses a few
 // float steps from an entry, and targets outside the table.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
-#include "libradimo.h"
 #include "reference_reverse_search.h"
-#include "support/log_capture.h"
+#include "support/prelude.h"
 
 namespace {
 

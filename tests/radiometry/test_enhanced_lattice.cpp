@@ -1,34 +1,21 @@
 // Precomputed-temperature tables: slot lookups, the builder and both frame variants.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <random>
-#include <vector>
 
-#include "libradimo.h"
 #include "radiometry/enhanced_distance.h"
-#include "support/log_capture.h"
-#include "tau_model.h"
+#include "support/prelude.h"
 
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 namespace model = radimo::tau_model;
 using radimo::radiometry::lattice_slot;
 using radimo::radiometry::lattice_temp;
+using radimo::test::raw_table;
 
 constexpr int kSlots = RADIMO_PRECOMPUTED_TEMP_SLOTS;
 
-std::vector<uint16_t> raw_table(const model::RawHeader &header) {
-    std::vector<uint16_t> raw(model::raw_table_size(model::TargetLayout::kV3));
-    model::fill_raw_correction_table(model::TargetLayout::kV3, header, raw.data());
-    return raw;
-}
 const env_correct_param_t kScene{25.0f, 0.93f, 0.7f, 22.0f, 35.0f}, kFar{1000.5f, 0.9f, 0.5f, 20, 20};
-const std::vector<uint16_t> kRaw = raw_table({0, 272, 1, 3, 0, 0, 0, 0, 1, 1});
-const std::vector<uint16_t> kBadReflected = raw_table({0, 300, 0, 0, 0, 0, 0, 0, 1, 0});
+const std::vector<uint16_t> kRaw = raw_table(model::TargetLayout::kV3, {0, 272, 1, 3, 0, 0, 0, 0, 1, 1});
+const std::vector<uint16_t> kBadReflected =
+    raw_table(model::TargetLayout::kV3, {0, 300, 0, 0, 0, 0, 0, 0, 1, 0});
 
 float single(float apparent) {
     float out = 0.0f;

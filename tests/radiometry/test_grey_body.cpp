@@ -1,13 +1,8 @@
-// Grey-body correction members: worked values, failure paths, round trips.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
+// Grey-body correction members (worked values, failure paths, round trips) and the
+// environment-parameter dispatchers that pick them.
 #include <limits>
-#include <string>
 
-#include "libradimo.h"
-#include "support/log_capture.h"
+#include "support/prelude.h"
 
 namespace {
 
@@ -52,26 +47,14 @@ TEST_F(GreyBody, WorkedValues) {
     ASSERT_EQ(temp_correct_with_reflected_temp_kelvin(16384, &r, 0.5f, 50.0f, 50.0f, 253.15f),
               RADIMO_SUCCESS);
     EXPECT_EQ(r, 0.0f);
+    // Only the apparent kelvin value is rounded to float before its power, and the divisor
+    // tau * ems is a single-precision product: either width in double moves this result.
+    ASSERT_EQ(temp_correct_with_reflected_temp(2499, &r, 0.688f, 4.5f, 26.25f, 164.55f), RADIMO_SUCCESS);
+    EXPECT_EQ(r, 465.772919f);
     // The reverse members do not clamp: ems beyond its range gives NaN.
     ASSERT_EQ(reverse_temp_correct(16384, &r, 2.0f, 50.0f, -50.0f), RADIMO_SUCCESS);
     EXPECT_TRUE(std::isnan(r));
     EXPECT_TRUE(log.errors().empty());
-}
-
-// The documented steps of the reflected Celsius member written out once: only
-// the apparent kelvin value is rounded to float before its power, and the
-// divisor is a single-precision product.
-TEST_F(GreyBody, ReflectedMemberKeepsTheDocumentedWidths) {
-    const uint16_t tau = 13107;
-    const float ems = 0.83f, ta = 21.7f, tu = 48.3f, temp = 87.45f;
-    const double m = std::pow(static_cast<double>(static_cast<float>(temp + 273.15)), 4.0);
-    const double r = std::pow(tu + 273.15, 4.0), a = std::pow(ta + 273.15, 4.0);
-    const double n = m - (1.0 - ems) * tau * r * 6.103515625e-05 - (1.0 - tau * 6.103515625e-05) * a;
-    const float d = static_cast<float>(tau) * ems * 6.103515625e-05f;
-    const float root = static_cast<float>(std::sqrt(std::sqrt(n / d)));
-    float got = 0.0f;
-    ASSERT_EQ(temp_correct_with_reflected_temp(tau, &got, ems, ta, tu, temp), RADIMO_SUCCESS);
-    EXPECT_EQ(got, static_cast<float>(root - 273.15));
 }
 
 TEST_F(GreyBody, FailurePathOfEveryMember) {
@@ -139,6 +122,70 @@ TEST_F(GreyBody, KelvinAndReflectedMembersAgreeWithThePlainOne) {
     EXPECT_NEAR(rc, c, 1e-3);
     EXPECT_GT(c, 95.0f);  // a grey body seen through air is hotter than it looks
     EXPECT_LT(hot, c);    // a hot reflected surrounding explains part of the reading
+}
+
+correct_table_t table_with(uint16_t enable, uint16_t version) {
+    correct_table_t t{};
+    t.reflected_tmp_enable = enable;
+    t.reflected_tmp_version = version;
+    return t;
+}
+
+TEST_F(GreyBody, DispatchersFollowTheReflectedSwitch) {
+    const correct_table_t on = table_with(1, 1), off = table_with(2, 1);  // only 1 counts as on
+    float got[4] = {}, want[4] = {};
+    ASSERT_EQ(temp_correct_with_env_param(&on, 12000, &got[0], 0.9f, 20.0f, 80.0f, 350.0f), RADIMO_SUCCESS);
+    ASSERT_EQ(temp_correct_with_env_param(&off, 12000, &got[1], 0.9f, 20.0f, 80.0f, 350.0f), RADIMO_SUCCESS);
+    ASSERT_EQ(reverse_temp_correct_with_env_param(&on, 12000, &got[2], 0.9f, 20.0f, 80.0f, 350.0f), 0);
+    ASSERT_EQ(reverse_temp_correct_with_env_param(&off, 12000, &got[3], 0.9f, 20.0f, 80.0f, 350.0f), 0);
+    temp_correct_with_reflected_temp_kelvin(12000, &want[0], 0.9f, 20.0f, 80.0f, 350.0f);
+    temp_correct_kelvin(12000, &want[1], 0.9f, 20.0f, 350.0f);
+    reverse_temp_correct_with_reflected_temp_kelvin(12000, &want[2], 0.9f, 20.0f, 80.0f, 350.0f);
+    reverse_temp_correct_kelvin(12000, &want[3], 0.9f, 20.0f, 350.0f);
+    EXPECT_THAT(got, ElementsAre(want[0], want[1], want[2], want[3]));
+    EXPECT_NE(got[0], got[1]);
+    EXPECT_TRUE(log.errors().empty());
+}
+
+TEST_F(GreyBody, DispatchersAddTheirLineAfterTheMember) {
+    const correct_table_t plain = table_with(0, 0), reflected = table_with(1, 1), mismatch = table_with(1, 0);
+    float r = 5.0f;
+    const auto fwd = [&](const correct_table_t *t, uint16_t tau, float ems, float *out) {
+        return temp_correct_with_env_param(t, tau, out, ems, 20.0f, 20.0f, 300.0f);
+    };
+    const auto rev = [&](const correct_table_t *t, uint16_t tau, float ems, float *out) {
+        return reverse_temp_correct_with_env_param(t, tau, out, ems, 20.0f, 20.0f, 300.0f);
+    };
+    EXPECT_EQ(fwd(&mismatch, 0, 0.0f, &r), RADIMO_ERR_PARAM);
+    EXPECT_EQ(rev(&mismatch, 0, 0.0f, &r), RADIMO_ERR_PARAM);
+    EXPECT_EQ(fwd(&plain, 16384, 0.0f, &r), RADIMO_ERR_TEMP_CORRECT);
+    EXPECT_EQ(fwd(&reflected, 0, 0.5f, &r), RADIMO_ERR_TEMP_CORRECT);
+    EXPECT_EQ(rev(&plain, 0, 0.5f, &r), RADIMO_ERR_REVERSE_TEMP_CORRECT);
+    EXPECT_EQ(rev(&reflected, 0, 0.5f, &r), RADIMO_ERR_REVERSE_TEMP_CORRECT);
+    EXPECT_EQ(fwd(nullptr, 16384, 1.0f, &r), RADIMO_ERR_PARAM);
+    EXPECT_EQ(fwd(&plain, 16384, 1.0f, nullptr), RADIMO_ERR_PARAM);
+    EXPECT_EQ(rev(nullptr, 16384, 1.0f, &r), RADIMO_ERR_PARAM);
+    EXPECT_EQ(rev(&plain, 1, 1.0f, nullptr), RADIMO_ERR_PARAM);
+    EXPECT_EQ(r, 5.0f);
+    const std::string
+        at = "src/temp_correct/",
+        f = at + "temp_correct_with_env_param: ", v = at + "reverse_temp_correct_with_env_param: ",
+        mismatched = "correction table mismatch between reflected tmp enable and reflected tmp version\n";
+    std::vector<std::string> want = {f + mismatched, v + mismatched};
+    for (const auto &line : failure_lines("temp_correct_kelvin", "0.000000", "16384", false))
+        want.push_back(line);
+    want.push_back(f + "temp_correct_kelvin failed\n");
+    for (const auto &line : failure_lines("temp_correct_with_reflected_temp_kelvin", "0.500000", "0", false))
+        want.push_back(line);
+    want.insert(want.end(),
+                {f + "temp_correct_tu failed\n", at + "reverse_temp_correct_kelvin: data is invalid\n",
+                 v + "reverse_temp_correct failed\n"});
+    for (const auto &line :
+         failure_lines("reverse_temp_correct_with_reflected_temp_kelvin", "0.500000", "0", false))
+        want.push_back(line);
+    want.insert(want.end(), {v + "reverse_temp_correct_with_reflected_temp failed\n", f + "data is NULL\n",
+                             f + "data is NULL\n", v + "data is NULL\n", v + "data is NULL\n"});
+    EXPECT_EQ(log.error_trace(), want);
 }
 
 }  // namespace

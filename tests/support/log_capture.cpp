@@ -21,20 +21,16 @@ std::string format_message(const char *format, va_list args) {
     return out;
 }
 
-void record_error(const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    const std::string line = format_message(format, args);
-    va_end(args);
-    if (active_capture != nullptr) active_capture->record("error", line);
-}
+constexpr char kError[] = "error", kDebug[] = "debug";
 
-void record_debug(const char *format, ...) {
+// The printer installed for one level: formats the line and hands it to the active capture.
+template <const char *printer>
+void capture(const char *format, ...) {
     va_list args;
     va_start(args, format);
     const std::string line = format_message(format, args);
     va_end(args);
-    if (active_capture != nullptr) active_capture->record("debug", line);
+    if (active_capture != nullptr) active_capture->record(printer, line);
 }
 
 std::vector<LogLine> select(const std::vector<LogLine> &lines, const std::string &printer) {
@@ -44,13 +40,20 @@ std::vector<LogLine> select(const std::vector<LogLine> &lines, const std::string
     return out;
 }
 
+template <typename F>
+std::vector<std::string> each(const std::vector<LogLine> &lines, F field) {
+    std::vector<std::string> out;
+    for (const LogLine &l : lines) out.push_back(field(l));
+    return out;
+}
+
 }  // namespace
 
 LogCapture::LogCapture()
     : saved_error_(radimo_error_print), saved_debug_(radimo_debug_print), saved_active_(active_capture) {
     active_capture = this;
-    radimo_error_print = record_error;
-    radimo_debug_print = record_debug;
+    radimo_error_print = capture<kError>;
+    radimo_debug_print = capture<kDebug>;
 }
 
 LogCapture::~LogCapture() {
@@ -80,28 +83,19 @@ void LogCapture::record(const char *printer, const std::string &formatted) {
 }
 
 std::vector<LogLine> LogCapture::errors() const {
-    return select(lines_, "error");
+    return select(lines_, kError);
 }
 std::vector<LogLine> LogCapture::debugs() const {
-    return select(lines_, "debug");
+    return select(lines_, kDebug);
 }
-
 std::vector<std::string> LogCapture::error_texts() const {
-    std::vector<std::string> out;
-    for (const LogLine &l : errors()) out.push_back(l.text);
-    return out;
+    return each(errors(), [](const LogLine &l) { return l.text; });
 }
-
 std::vector<std::string> LogCapture::debug_texts() const {
-    std::vector<std::string> out;
-    for (const LogLine &l : debugs()) out.push_back(l.text);
-    return out;
+    return each(debugs(), [](const LogLine &l) { return l.text; });
 }
-
 std::vector<std::string> LogCapture::error_trace() const {
-    std::vector<std::string> out;
-    for (const LogLine &l : errors()) out.push_back(l.where_what());
-    return out;
+    return each(errors(), [](const LogLine &l) { return l.where_what(); });
 }
 
 }  // namespace radimo::test
