@@ -75,3 +75,26 @@ TEST_F(Humidity, GateAndFailureChain) {
 }
 
 }  // namespace
+
+namespace {
+
+// Wetter air transmits less: both through the humidity classes of a table
+// filled from the two-band model and through the recalculation of a tau.
+TEST(HumidityProperty, WetterAirLowersTau) {
+    const std::vector<uint16_t> env = radimo::test::env_table();
+    const uint16_t reference = radimo::tau_model::to_q14(radimo::tau_model::transmittance(8.0, 0.5, 30.0));
+    int previous_read = 1 << 20, previous_recalc = 1 << 20;
+    for (float hum : {0.1f, 0.4f, 0.6f, 0.9f}) {  // one humidity per class
+        uint16_t read = 0, recalc = 0;
+        ASSERT_EQ(read_tau(env.data(), &read, hum, 23.0f, 8.0f), RADIMO_SUCCESS);
+        const env_correct_param_t scene{8.0f, 0.95f, hum, 30.0f, 30.0f};
+        ASSERT_EQ(recalc_tau_with_hum_version(&scene, 1, reference, &recalc, 320.0f), RADIMO_SUCCESS);
+        EXPECT_LT(read, previous_read) << hum;
+        EXPECT_LE(recalc, previous_recalc) << hum;
+        previous_read = read;
+        previous_recalc = recalc;
+    }
+    EXPECT_LT(previous_recalc, reference);
+}
+
+}  // namespace
