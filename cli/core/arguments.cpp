@@ -1,0 +1,74 @@
+#include "core/arguments.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "core/errors.h"
+
+namespace radimo::cli {
+namespace {
+
+std::vector<std::string> split(const std::string &text, char separator) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t end = text.find(separator, start);
+        parts.push_back(text.substr(start, end - start));
+        if (end == std::string::npos) return parts;
+        start = end + 1;
+    }
+}
+
+[[noreturn]] void bad(const std::string &option, const std::string &text, const std::string &expected) {
+    fail_usage(option + " " + text + ": expected " + expected);
+}
+
+std::string expected_numbers(std::size_t count, const char *kind) {
+    return std::to_string(count) + " comma-separated " + kind;
+}
+
+}  // namespace
+
+std::vector<double> parse_numbers(const std::string &option, const std::string &text, std::size_t count) {
+    const std::vector<std::string> parts = split(text, ',');
+    if (parts.size() != count) bad(option, text, expected_numbers(count, "numbers"));
+    std::vector<double> values;
+    for (const std::string &p : parts) {
+        double v = 0.0;
+        const auto [end, ec] = std::from_chars(p.data(), p.data() + p.size(), v);
+        if (ec != std::errc() || end != p.data() + p.size() || p.empty() || !std::isfinite(v))
+            bad(option, text, expected_numbers(count, "numbers"));
+        values.push_back(v);
+    }
+    return values;
+}
+
+std::vector<long> parse_integers(const std::string &option, const std::string &text, std::size_t count) {
+    const std::vector<std::string> parts = split(text, ',');
+    if (parts.size() != count) bad(option, text, expected_numbers(count, "integers"));
+    std::vector<long> values;
+    for (const std::string &p : parts) {
+        long v = 0;
+        const auto [end, ec] = std::from_chars(p.data(), p.data() + p.size(), v);
+        if (ec != std::errc() || end != p.data() + p.size() || p.empty())
+            bad(option, text, expected_numbers(count, "integers"));
+        values.push_back(v);
+    }
+    return values;
+}
+
+FrameSize parse_size(const std::string &option, const std::string &text) {
+    const std::vector<std::string> parts = split(text, 'x');
+    FrameSize size;
+    if (parts.size() == 2) {
+        const auto w = std::from_chars(parts[0].data(), parts[0].data() + parts[0].size(), size.width);
+        const auto h = std::from_chars(parts[1].data(), parts[1].data() + parts[1].size(), size.height);
+        if (w.ec == std::errc() && h.ec == std::errc() && w.ptr == parts[0].data() + parts[0].size() &&
+            h.ptr == parts[1].data() + parts[1].size() && size.width > 0 && size.height > 0 &&
+            size.width <= 65535 && size.height <= 65535)
+            return size;
+    }
+    bad(option, text, "WIDTHxHEIGHT, each 1..65535");
+}
+
+}  // namespace radimo::cli

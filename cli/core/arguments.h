@@ -1,0 +1,22 @@
+// Parsing of the comma-separated numeric arguments shared by the commands
+// ("X,Y", "LO,HI", "WxH"), with one clear usage error naming the option.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace radimo::cli {
+
+// Exactly `count` numbers separated by commas; otherwise a usage error naming `option`.
+std::vector<double> parse_numbers(const std::string &option, const std::string &text, std::size_t count);
+std::vector<long> parse_integers(const std::string &option, const std::string &text, std::size_t count);
+
+struct FrameSize {
+    int width = 0;
+    int height = 0;
+};
+// "640x512".
+FrameSize parse_size(const std::string &option, const std::string &text);
+
+}  // namespace radimo::cli

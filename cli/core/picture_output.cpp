@@ -1,0 +1,60 @@
+#include "core/picture_output.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "core/atomic_output.h"
+#include "core/errors.h"
+
+namespace radimo::cli {
+
+std::string celsius_label(uint16_t kelvin16) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f \u00b0C", static_cast<double>(celsius_of_kelvin16(kelvin16)));
+    return text;
+}
+
+Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
+    const Frame &c = *request.celsius;
+    PictureSpec spec;
+    spec.width = c.width;
+    spec.height = c.height;
+    spec.celsius = c.celsius.data();
+    spec.palette = request.palette;
+    spec.range = request.range;
+    spec.isotherm = request.isotherm;
+    spec.colour_bar = request.colour_bar;
+    spec.caption = request.caption;
+    for (const RegionResult &r : request.regions) {
+        const Region &g = r.region;
+        switch (g.kind) {
+            case Region::Kind::kPoint:
+                spec.points.push_back({g.a.x, g.a.y, g.label + " " + celsius_label(r.result.avg_temp)});
+                break;
+            case Region::Kind::kLine:
+                spec.lines.push_back(
+                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " max " + celsius_label(r.result.max_temp)});
+                break;
+            case Region::Kind::kRect:
+                spec.rects.push_back(
+                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " avg " + celsius_label(r.result.avg_temp)});
+                break;
+        }
+    }
+    if (request.crosshairs) {
+        const Region whole{Region::Kind::kRect, {0, 0}, {c.width, c.height}, "frame"};
+        const temp_result_t t = measure_region(*request.kelvin16, whole, std::nullopt).result;
+        spec.crosshairs.push_back({t.max_temp_point.x, t.max_temp_point.y, celsius_label(t.max_temp), true});
+        spec.crosshairs.push_back({t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
+    }
+    Picture picture;
+    try {
+        picture = render_picture(spec);
+    } catch (const std::runtime_error &e) {
+        fail_io(std::string("cannot render the picture: ") + e.what());
+    }
+    write_file_atomically(out, picture.png.data(), picture.png.size());
+    return picture;
+}
+
+}  // namespace radimo::cli

@@ -1,0 +1,124 @@
+#include "core/regions.h"
+
+#include "core/arguments.h"
+#include "core/errors.h"
+
+namespace radimo::cli {
+namespace {
+
+point_t point_of(long x, long y) {
+    return {static_cast<int32_t>(x), static_cast<int32_t>(y)};
+}
+
+std::string describe(const Region &r) {
+    const auto p = [](point_t q) { return std::to_string(q.x) + "," + std::to_string(q.y); };
+    switch (r.kind) {
+        case Region::Kind::kPoint:
+            return "--point " + p(r.a);
+        case Region::Kind::kLine:
+            return "--line " + p(r.a) + "," + p(r.b);
+        case Region::Kind::kRect:
+            return "--rect " + p(r.a) + "," + p(r.b);
+    }
+    return "";
+}
+
+constexpr long kCoordinateLimit = 65535;
+
+long coordinate(const std::string &option, const std::string &text, long v) {
+    if (v < 0 || v > kCoordinateLimit) fail_usage(option + " " + text + ": coordinates must be 0..65535");
+    return v;
+}
+
+}  // namespace
+
+Region parse_point(const std::string &text, int number) {
+    const std::vector<long> v = parse_integers("--point", text, 2);
+    return {Region::Kind::kPoint,
+            point_of(coordinate("--point", text, v[0]), coordinate("--point", text, v[1])),
+            {},
+            "P" + std::to_string(number)};
+}
+
+Region parse_line(const std::string &text, int number) {
+    const std::vector<long> v = parse_integers("--line", text, 4);
+    for (long c : v) coordinate("--line", text, c);
+    return {Region::Kind::kLine, point_of(v[0], v[1]), point_of(v[2], v[3]), "L" + std::to_string(number)};
+}
+
+Region parse_rect(const std::string &text, int number) {
+    const std::vector<long> v = parse_integers("--rect", text, 4);
+    for (long c : v) coordinate("--rect", text, c);
+    if (v[2] == 0 || v[3] == 0) fail_usage("--rect " + text + ": width and height must be at least 1");
+    return {Region::Kind::kRect, point_of(v[0], v[1]), point_of(v[2], v[3]), "R" + std::to_string(number)};
+}
+
+void check_inside(const Region &r, int width, int height) {
+    const auto inside = [&](point_t p) { return p.x < width && p.y < height; };
+    bool ok = inside(r.a);
+    if (r.kind == Region::Kind::kLine) ok = ok && inside(r.b) && (r.a.x != r.b.x || r.a.y != r.b.y);
+    if (r.kind == Region::Kind::kRect) ok = ok && r.a.x + r.b.x <= width && r.a.y + r.b.y <= height;
+    if (!ok) {
+        if (r.kind == Region::Kind::kLine && r.a.x == r.b.x && r.a.y == r.b.y)
+            fail_usage(describe(r) + ": a line needs two different points (use --point)");
+        fail_usage(describe(r) + ": outside the " + std::to_string(width) + "x" + std::to_string(height) +
+                   " frame");
+    }
+}
+
+const char *kind_name(Region::Kind kind) {
+    switch (kind) {
+        case Region::Kind::kPoint:
+            return "point";
+        case Region::Kind::kLine:
+            return "line";
+        case Region::Kind::kRect:
+            return "rect";
+    }
+    return "point";
+}
+
+threshold_t parse_alarm(const std::string &text) {
+    const std::vector<double> v = parse_numbers("--alarm", text, 2);
+    if (v[0] < v[1]) fail_usage("--alarm " + text + ": HIGH must not be below LOW");
+    return {kelvin16_of_celsius(v[0]), kelvin16_of_celsius(v[1])};
+}
+
+const char *alarm_name(int state) {
+    switch (state) {
+        case 0:
+            return "ok";
+        case 1:
+            return "above";
+        case 2:
+            return "below";
+        default:
+            return "invalid thresholds";
+    }
+}
+
+RegionResult measure_region(const Frame &frame, const Region &region, std::optional<threshold_t> alarm) {
+    RegionResult r{region, {}, std::nullopt};
+    const uint16_t *data = frame.samples.data();
+    const uint32_t resolution = frame.resolution();
+    switch (region.kind) {
+        case Region::Kind::kPoint: {
+            uint16_t value = 0;
+            check_library(get_point_temp(data, resolution, region.a, &value), "get_point_temp");
+            r.result = {value, value, value, region.a, region.a};
+            if (alarm) r.alarm = point_over_threshold_alarm(*alarm, value);
+            return r;
+        }
+        case Region::Kind::kLine:
+            check_library(get_line_temp(data, resolution, region.a, region.b, &r.result), "get_line_temp");
+            break;
+        case Region::Kind::kRect:
+            check_library(get_rect_temp(data, resolution, region.a, {region.b.x, region.b.y}, &r.result),
+                          "get_rect_temp");
+            break;
+    }
+    if (alarm) r.alarm = line_rect_over_threshold_alarm(*alarm, &r.result);
+    return r;
+}
+
+}  // namespace radimo::cli

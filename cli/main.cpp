@@ -1,0 +1,80 @@
+// radimo: the command-line tool of libradimo.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <string>
+
+#include "commands/command.h"
+#include "core/atomic_output.h"
+#include "core/errors.h"
+#include "libradimo.h"
+
+namespace radimo::cli {
+
+std::string example(std::initializer_list<const char *> lines) {
+    std::string text = "\nExample:";
+    for (const char *line : lines) text += std::string("\n  ") + line;
+    return text + "\n";
+}
+
+namespace {
+
+int run(int argc, char **argv) {
+    CLI::App program{
+        "radimo: temperatures, measurements and pictures from the frames of an uncooled thermal camera",
+        "radimo"};
+    program.set_version_flag("--version",
+                             std::string("radimo " RADIMO_CLI_VERSION " (") + radimo_version() + ")");
+    program.require_subcommand(1, 1);
+    program.fallthrough();
+    bool verbose = false;
+    program.add_flag("-v,--verbose", verbose, "Also print the library's own messages on standard error");
+    program.footer(
+        "Exit codes: 0 success, 2 bad arguments or input, 3 library failure, 4 file read/write failure.\n" +
+        example({"radimo demo --out demo", "radimo measure demo/celsius.tiff --rect 100,100,50,40"}));
+
+    Commands commands;
+    add_demo_command(program, commands);
+    add_convert_command(program, commands);
+    add_measure_command(program, commands);
+    add_render_command(program, commands);
+    add_table_command(program, commands);
+    add_recal_command(program, commands);
+
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success &e) {
+        return program.exit(e);  // --help, --version
+    } catch (const CLI::ParseError &e) {
+        std::fprintf(stderr, "radimo: error: %s (see radimo --help)\n", e.what());
+        return static_cast<int>(Exit::kUsage);
+    }
+
+    install_library_printer(verbose);
+    install_interrupt_cleanup();
+    try {
+        for (const Command &c : commands)
+            if (c.app->parsed()) c.run();
+    } catch (const Error &e) {
+        std::fprintf(stderr, "radimo: error: %s\n", e.what());
+        return static_cast<int>(e.exit());
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "radimo: error: out of memory\n");
+        return static_cast<int>(Exit::kIo);
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "radimo: error: %s\n", e.what());
+        return static_cast<int>(Exit::kIo);
+    }
+    std::fflush(stdout);
+    if (std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "radimo: error: cannot write to standard output\n");
+        return static_cast<int>(Exit::kIo);
+    }
+    return 0;
+}
+
+}  // namespace
+}  // namespace radimo::cli
+
+int main(int argc, char **argv) {
+    return radimo::cli::run(argc, argv);
+}
