@@ -1,4 +1,108 @@
+// radimo render: the measured false-colour picture of a frame.
+#include <cstdio>
+#include <memory>
+
 #include "commands/command.h"
+#include "core/arguments.h"
+#include "core/camera_options.h"
+#include "core/conversion.h"
+#include "core/errors.h"
+#include "core/picture_output.h"
+#include "formats/frame_file.h"
+
 namespace radimo::cli {
-void add_render_command(CLI::App &, Commands &) {}
+namespace {
+
+struct RenderOptions {
+    std::string input;
+    std::string output;
+    std::string palette = "ironbow";
+    std::string range;
+    bool automatic = false;
+    std::string isotherm;
+    std::vector<std::string> points, lines, rects;
+    bool no_bar = false;
+    bool no_crosshairs = false;
+    std::string caption;
+    std::size_t frame = 0;
+    std::string size;
+    CameraOptions camera;
+};
+
+std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
+    const std::vector<double> v = parse_numbers(option, text, 2);
+    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
+    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
+}
+
+void run_render(const RenderOptions &o) {
+    const Palette *palette = find_palette(o.palette);
+    if (palette == nullptr) {
+        std::string names;
+        for (std::string_view n : palette_names()) names += (names.empty() ? "" : ", ") + std::string(n);
+        fail_usage("--palette " + o.palette + ": unknown palette (choose one of " + names + ")");
+    }
+    const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
+    PictureRequest request;
+    request.palette = palette;
+    if (!o.range.empty()) request.range = parse_interval("--range", o.range);
+    if (!o.isotherm.empty()) request.isotherm = parse_interval("--isotherm", o.isotherm);
+    request.colour_bar = !o.no_bar;
+    request.crosshairs = !o.no_crosshairs;
+    request.caption = o.caption;
+    if (format_of_path(o.output) != FileFormat::kPng)
+        fail_usage(o.output + ": the picture is written as .png");
+
+    const std::optional<FrameSize> size =
+        o.size.empty() ? std::nullopt : std::optional<FrameSize>(parse_size("--size", o.size));
+    const std::optional<CameraProfile> camera = o.camera.load();
+    const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
+    auto reader = open_frame_file(o.input, size);
+    if (o.frame >= reader->frame_count())
+        fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
+                   std::to_string(reader->frame_count()) + " frame(s)");
+    Frame frame;
+    for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
+
+    const Frame celsius = converter.convert(frame, Unit::kCelsius, o.input);
+    const Frame kelvin16 = converter.convert(celsius, Unit::kKelvin16, o.input);
+    for (const Region &r : regions) {
+        check_inside(r, kelvin16.width, kelvin16.height);
+        request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
+    }
+    request.celsius = &celsius;
+    request.kelvin16 = &kelvin16;
+    const Picture picture = write_picture(o.output, request);
+    std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
+                o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
+}
+
+}  // namespace
+
+void add_render_command(CLI::App &program, Commands &commands) {
+    auto o = std::make_shared<RenderOptions>();
+    CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
+    cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
+    cmd->add_option("-o,--output", o->output, "Output picture (.png)")->required();
+    std::string names;
+    for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
+    cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
+    auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
+    cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
+    cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");
+    cmd->add_option("--point", o->points, "Mark and measure a point X,Y (repeatable)");
+    cmd->add_option("--line", o->lines, "Mark and measure a line X0,Y0,X1,Y1 (repeatable)");
+    cmd->add_option("--rect", o->rects, "Mark and measure a rectangle X,Y,W,H (repeatable)");
+    cmd->add_flag("--no-bar", o->no_bar, "No colour bar");
+    cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest points");
+    cmd->add_option("--caption", o->caption, "One-line caption");
+    cmd->add_option("--frame", o->frame, "Frame of a multi-frame file (from 0)")->capture_default_str();
+    cmd->add_option("--size", o->size, "Frame size WxH of a raw input file");
+    o->camera.add_to(*cmd, false, true);
+    cmd->footer(
+        example({"radimo render demo/celsius.tiff -o mug.png --palette lava --range 15,70 "
+                 "--isotherm 60,70 --rect 420,310,76,82"}));
+    commands.push_back({cmd, [o] { run_render(*o); }});
+}
+
 }  // namespace radimo::cli

@@ -53,6 +53,19 @@ Region parse_rect(const std::string &text, int number) {
     return {Region::Kind::kRect, point_of(v[0], v[1]), point_of(v[2], v[3]), "R" + std::to_string(number)};
 }
 
+std::vector<Region> parse_regions(const std::vector<std::string> &points,
+                                  const std::vector<std::string> &lines,
+                                  const std::vector<std::string> &rects) {
+    std::vector<Region> regions;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        regions.push_back(parse_point(points[i], static_cast<int>(i) + 1));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        regions.push_back(parse_line(lines[i], static_cast<int>(i) + 1));
+    for (std::size_t i = 0; i < rects.size(); ++i)
+        regions.push_back(parse_rect(rects[i], static_cast<int>(i) + 1));
+    return regions;
+}
+
 void check_inside(const Region &r, int width, int height) {
     const auto inside = [&](point_t p) { return p.x < width && p.y < height; };
     bool ok = inside(r.a);

@@ -24,6 +24,10 @@ struct Region {
 Region parse_point(const std::string &text, int number);
 Region parse_line(const std::string &text, int number);
 Region parse_rect(const std::string &text, int number);
+// Every region of the options, numbered per kind (P1, P2, L1, R1...).
+std::vector<Region> parse_regions(const std::vector<std::string> &points,
+                                  const std::vector<std::string> &lines,
+                                  const std::vector<std::string> &rects);
 // A usage error naming the region when it does not lie inside a width x height frame.
 void check_inside(const Region &region, int width, int height);
 const char *kind_name(Region::Kind kind);
