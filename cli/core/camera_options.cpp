@@ -1,5 +1,7 @@
 #include "core/camera_options.h"
 
+#include <cstdio>
+
 #include "core/errors.h"
 
 namespace radimo::cli {
@@ -26,7 +28,10 @@ std::optional<CameraProfile> CameraOptions::load() const {
     std::vector<ProfileOverride> overrides;
     for (const std::string &s : set) overrides.push_back(parse_set_option(s));
     const auto add = [&](const std::optional<double> &v, const char *field, const char *flag) {
-        if (v) overrides.push_back({field, *v, std::string(flag) + " " + std::to_string(*v)});
+        if (!v) return;
+        char text[64];
+        std::snprintf(text, sizeof text, "%s %g", flag, *v);
+        overrides.push_back({field, *v, text});
     };
     add(ems, "scene.emissivity", "--ems");
     add(dist, "scene.distance_m", "--dist");

@@ -1,0 +1,45 @@
+// A scratch directory per test, a small camera profile in it, and a way to
+// run the built radimo program and collect its exit code and output.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "core/frame.h"
+#include "core/profile.h"
+
+namespace radimo::cli::test {
+
+struct RunResult {
+    int exit_code = -1;
+    std::string out;
+    std::string err;
+};
+
+// A raw NUC frame of plausible room-to-hot-object responses.
+Frame raw_frame(int width, int height, unsigned seed);
+
+class CliTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Runs `radimo <args>` in the scratch directory.
+    RunResult radimo(const std::string &args) const;
+    std::filesystem::path path(const std::string &name) const { return dir_ / name; }
+    // Names in the scratch directory, sorted.
+    std::vector<std::string> listing() const;
+
+    // The demo camera cut down to a small sensor, written as profile "camera".
+    CameraProfile write_small_camera(int width = 16, int height = 12) const;
+    void write_frames(const std::string &name, const std::vector<Frame> &frames) const;
+
+private:
+    std::filesystem::path dir_;
+};
+
+}  // namespace radimo::cli::test

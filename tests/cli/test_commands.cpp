@@ -1,0 +1,237 @@
+// The radimo program on small generated files: its numbers against direct
+// library calls on the same data, and every failure's exit code.
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli_fixture.h"
+#include "formats/frame_file.h"
+#include "libradimo.h"
+
+namespace radimo::cli::test {
+namespace {
+namespace fs = std::filesystem;
+using nlohmann::json;
+using ::testing::HasSubstr;
+
+std::vector<Frame> read_all(const fs::path &p) {
+    auto reader = open_frame_file(p, std::nullopt);
+    std::vector<Frame> frames;
+    for (Frame f; reader->next(f);) frames.push_back(f);
+    return frames;
+}
+
+// Width and height from a PNG file's header.
+std::pair<int, int> png_size(const fs::path &p) {
+    std::ifstream in(p, std::ios::binary);
+    unsigned char h[24] = {};
+    in.read(reinterpret_cast<char *>(h), 24);
+    const auto be = [&](int at) { return (h[at] << 24) | (h[at + 1] << 16) | (h[at + 2] << 8) | h[at + 3]; };
+    return {be(16), be(20)};
+}
+
+uint16_t kelvin16_of_raw(const CameraProfile &camera, uint16_t raw, uint16_t vtemp) {
+    const ktbt_correct_param_t k = camera.ktbt_param(vtemp);
+    uint16_t t = 0;
+    EXPECT_EQ(temp_measure_with_NUC_value(&k, camera.nuc_table.data(), raw, &t), RADIMO_SUCCESS);
+    return t;
+}
+
+using Commands = CliTest;
+
+TEST_F(Commands, DemoReadsTheSceneWithinHalfAKelvinAndMarksTheMug) {
+    const RunResult r = radimo("demo --out d --json");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    const json report = json::parse(r.out);
+    ASSERT_EQ(report["objects"].size(), 5u);
+    for (const json &object : report["objects"]) {
+        ASSERT_EQ(object["frames"].size(), 2u);
+        for (const json &f : object["frames"])
+            EXPECT_NEAR(f["measured_c"].get<double>(), object["true_c"].get<double>(), 0.5)
+                << object["object"];
+    }
+    for (const json &f : report["frames"]) {  // the hottest point lies on the mug (body, handle, coffee)
+        const int x = f["max_at"][0], y = f["max_at"][1];
+        EXPECT_TRUE(x >= 415 && x <= 530 && y >= 300 && y <= 395) << x << "," << y;
+    }
+    const auto [w, h] = png_size(path("d/demo.png"));
+    EXPECT_EQ(w, report["picture"]["width"]);
+    EXPECT_EQ(h, report["picture"]["height"]);
+    EXPECT_GE(w, 640);
+    EXPECT_GE(h, 512);
+    EXPECT_EQ(read_all(path("d/raw.tiff")).size(), 2u);
+    EXPECT_EQ(read_all(path("d/celsius.tiff"))[1].unit, Unit::kCelsius);
+    EXPECT_EQ(load_profile(path("d/camera")).width, 640);
+}
+
+TEST_F(Commands, ConvertMatchesTheLibraryBitForBit) {
+    const CameraProfile camera = write_small_camera();
+    std::vector<Frame> raw = {raw_frame(16, 12, 1), raw_frame(16, 12, 2)};
+    raw[0].vtemp = 7000;  // the second frame takes the camera's vtemp
+    write_frames("raw.tiff", raw);
+    ASSERT_EQ(radimo("convert raw.tiff --camera camera --to kelvin16 -o k16.png -q").exit_code,
+              2);  // 2 frames
+    ASSERT_EQ(radimo("convert raw.tiff --camera camera --to kelvin16 -o k16.pgm -q").exit_code, 0);
+    ASSERT_EQ(radimo("convert raw.tiff --camera camera --scene-correct --ems 0.9 -q").exit_code, 0);
+    const std::vector<Frame> k16 = read_all(path("k16.pgm")), celsius = read_all(path("raw.celsius.tiff"));
+    ASSERT_EQ(k16.size(), 2u);
+    ASSERT_EQ(celsius.size(), 2u);
+    env_correct_param_t scene = camera.scene;
+    scene.ems = 0.9f;
+    for (int f = 0; f < 2; ++f) {
+        const uint16_t vtemp = raw[f].vtemp.value_or(camera.vtemp);
+        for (std::size_t i = 0; i < raw[f].pixels(); ++i) {
+            const uint16_t t = kelvin16_of_raw(camera, raw[f].samples[i], vtemp);
+            ASSERT_EQ(k16[f].samples[i], t) << f << " " << i;
+            float expected = 0.0f;
+            ASSERT_EQ(enhance_distance_temp_correct(&scene, camera.correct_table.data(), 0, &expected,
+                                                    celsius_of_kelvin16(t)),
+                      RADIMO_SUCCESS);
+            ASSERT_EQ(celsius[f].celsius[i], expected) << f << " " << i;
+        }
+    }
+}
+
+TEST_F(Commands, MeasureJsonMatchesTheLibrary) {
+    Frame frame = raw_frame(16, 12, 3);
+    frame.unit = Unit::kKelvin16;
+    write_frames("t.png", {frame});
+    const RunResult r =
+        radimo("measure t.png --point 3,4 --line 1,1,10,8 --rect 2,2,6,5 --alarm 40,10 --json");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    const json m = json::parse(r.out)["frames"][0]["measurements"];
+    ASSERT_EQ(m.size(), 3u);
+    const uint32_t res = frame.resolution();
+    const threshold_t alarm{kelvin16_of_celsius(40), kelvin16_of_celsius(10)};
+    uint16_t point = 0;
+    ASSERT_EQ(get_point_temp(frame.samples.data(), res, {3, 4}, &point), RADIMO_SUCCESS);
+    EXPECT_EQ(m[0]["value"], point);
+    EXPECT_EQ(m[0]["alarm"], std::string(point_over_threshold_alarm(alarm, point) == 1 ? "above" : "ok"));
+    temp_result_t line{}, rect{};
+    ASSERT_EQ(get_line_temp(frame.samples.data(), res, {1, 1}, {10, 8}, &line), RADIMO_SUCCESS);
+    ASSERT_EQ(get_rect_temp(frame.samples.data(), res, {2, 2}, {6, 5}, &rect), RADIMO_SUCCESS);
+    for (const auto &[j, t] : {std::pair{m[1], line}, std::pair{m[2], rect}}) {
+        EXPECT_EQ(j["max"]["value"], t.max_temp);
+        EXPECT_EQ(j["max"]["x"], t.max_temp_point.x);
+        EXPECT_EQ(j["max"]["y"], t.max_temp_point.y);
+        EXPECT_EQ(j["min"]["value"], t.min_temp);
+        EXPECT_EQ(j["min"]["y"], t.min_temp_point.y);
+        EXPECT_EQ(j["avg"]["value"], t.avg_temp);
+        EXPECT_EQ(j["alarm"], "above");  // the generated frame runs up to about 90 degC
+    }
+}
+
+TEST_F(Commands, RenderAndTables) {
+    Frame frame = raw_frame(40, 30, 4);
+    frame.unit = Unit::kKelvin16;
+    write_frames("t.tiff", {frame});
+    const RunResult r =
+        radimo("render t.tiff -o t.png --palette arctic --range 10,80 --isotherm 30,40 --rect 2,2,8,8");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_GE(png_size(path("t.png")).first, 40);
+
+    ASSERT_EQ(radimo("table generate --nuc-factor -5645,9300000,104858 --gain low -o low.bin").exit_code, 0);
+    const nuc_factor_t factor{-5645, 9300000, 104858};
+    std::vector<uint16_t> expected(8192);
+    ASSERT_EQ(generate_low_gain_nuc_t(&factor, expected.data()), RADIMO_SUCCESS);
+    EXPECT_EQ(read_u16_file(path("low.bin")), expected);
+    ASSERT_EQ(radimo("table tau -o tau.bin --format standard --no-header").exit_code, 0);
+    EXPECT_EQ(fs::file_size(path("tau.bin")), 56u * 64u * 2u);
+    const RunResult lookup = radimo("table lookup --camera camera --temp 36.6");
+    EXPECT_EQ(lookup.exit_code, 2);  // no camera yet
+    write_small_camera();
+    EXPECT_THAT(radimo("table lookup --camera camera --temp 36.6").out,
+                HasSubstr("36.60 \u00b0C in the table"));
+}
+
+TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {
+    CameraProfile camera = write_small_camera();
+    const std::vector<uint16_t> input_kt = read_u16_file(path("camera/kt.bin"));
+    ASSERT_EQ(
+        radimo("recal double-point --camera camera --high 90,9600,10450 --low 30,7200,6700 --mode 5 -o new")
+            .exit_code,
+        0);
+    second_cal_param_t param{camera.scene, camera.second_calib_param()};
+    second_calib_param_t &p = param.second_calib_param;
+    p.high_vtemp = 9600;
+    p.low_vtemp = 7200;
+    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10450, 9600));
+    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6700, 7200));
+    p.target_high_celsius = 90.0f;
+    p.target_low_celsius = 30.0f;
+    const multi_point_calib_array_t arrays{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
+                                           camera.correct_table.data(), 0};
+    std::vector<uint16_t> kt(1201);
+    std::vector<int16_t> bt(1201);
+    two_point_calib_result_t result{kt.data(), bt.data()};
+    ASSERT_EQ(new_ktbt_recal_double_point_calculate(&param, 5, &arrays, &result), RADIMO_SUCCESS);
+    const CameraProfile recalibrated = load_profile(path("new"));
+    EXPECT_EQ(recalibrated.kt, kt);
+    EXPECT_EQ(recalibrated.bt, bt);
+    EXPECT_EQ(recalibrated.nuc_table, camera.nuc_table);
+    EXPECT_EQ(read_u16_file(path("camera/kt.bin")), input_kt);
+
+    ASSERT_EQ(radimo("recal multi-point --camera camera --point 40,41 --point 70,69 -o user").exit_code, 0);
+    second_cal_param_t user{camera.scene, camera.second_calib_param()};
+    two_point_calib_result_t same{camera.kt.data(), camera.bt.data()};
+    std::vector<multi_point_nuc_t> points(2);
+    multi_point_temp_t temps[2] = {{40.0f, 41.0f}, {70.0f, 69.0f}};
+    for (int i = 0; i < 2; ++i)
+        ASSERT_EQ(multi_point_calc_user_defined_nuc(&user, 8, &arrays, &same, &temps[i], &points[i]),
+                  RADIMO_SUCCESS);
+    std::vector<uint16_t> old(16384, camera.nuc_table.back()), table(16384);
+    std::copy(camera.nuc_table.begin(), camera.nuc_table.end(), old.begin());
+    ASSERT_EQ(multi_point_calc_new_nuc_table(old.data(), points.data(), 2, table.data()), RADIMO_SUCCESS);
+    table.resize(8192);
+    EXPECT_EQ(load_profile(path("user")).nuc_table, table);
+}
+
+TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
+    CameraProfile camera = write_small_camera();
+    write_frames("raw.tiff", {raw_frame(16, 12, 5)});
+    write_frames("small.pgm", {raw_frame(8, 8, 6)});
+    Frame k16 = raw_frame(16, 12, 7);
+    k16.unit = Unit::kKelvin16;
+    write_frames("k16.tiff", {k16});
+    std::ofstream(path("odd.raw"), std::ios::binary) << std::string(16 * 12 * 2 + 1, '\0');
+    camera.nuc_table.assign(8192, 0);  // a table the reverse lookup cannot search
+    fs::create_directory(path("zero"));
+    for (const auto &e : fs::directory_iterator(path("camera"))) fs::copy(e.path(), path("zero"));
+    write_u16_file(path("zero/nuc_table.bin"), camera.nuc_table.data(), 8192);
+    const auto before = listing();
+
+    const struct {
+        const char *args;
+        int exit_code;
+        const char *message;
+    } cases[] = {
+        {"measure missing.tiff", 2, "missing.tiff: no such file"},
+        {"convert odd.raw --size 16x12 --camera camera -o x.tiff", 2, "not a whole number"},
+        {"convert odd.raw --camera camera -o x.tiff", 2, "give --size WxH"},
+        {"measure k16.tiff --point 16,0", 2, "outside the 16x12 frame"},
+        {"measure k16.tiff --line 1,1,1,1", 2, "two different points"},
+        {"measure k16.tiff --rect 10,10,7,2", 2, "outside the 16x12 frame"},
+        {"measure k16.tiff --alarm 10,40", 2, "HIGH must not be below LOW"},
+        {"render k16.tiff -o p.png --palette sepia", 2, "unknown palette"},
+        {"render k16.tiff -o nowhere/p.png", 4, "cannot write nowhere/p.png"},
+        {"measure raw.tiff --camera camera --set scene.ems=1", 2, "--set scene.ems=1 (scene.ems): unknown key"},
+        {"measure raw.tiff --camera camera --hum 2", 2, "--hum 2 (scene.humidity)"},
+        {"convert raw.tiff small.pgm --camera camera -o x.tiff", 2, "does not fit the camera's 16x12 sensor"},
+        {"table lookup --camera zero --temp 30", 3,
+         "reverse_calc_NUC_with_nuc_t failed: RADIMO_ERR_PARAM (-1100)"},
+        {"recal double-point --camera camera --high 90,9600,1 --low 30,7200,2 -o camera", 2,
+         "must not replace"},
+        {"recal multi-point --camera camera --point 40,41 -o x", 2, "at least two"},
+        {"convert raw.tiff --camera camera --to fahrenheit", 2, "expected celsius, kelvin16 or centikelvin"},
+        {"frobnicate", 2, ""},
+    };
+    for (const auto &c : cases) {
+        const RunResult r = radimo(c.args);
+        EXPECT_EQ(r.exit_code, c.exit_code) << c.args << "\n" << r.err;
+        EXPECT_THAT(r.err, HasSubstr(c.message)) << c.args;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << c.args << "\n" << r.err;
+        EXPECT_EQ(listing(), before) << c.args;
+    }
+}
+
+}  // namespace
+}  // namespace radimo::cli::test
