@@ -74,6 +74,8 @@ public:
     // Places a label box for `text` near (ax, ay), clear of the mark's own radius; draws it with
     // an accent colour on its left edge and remembers its place.
     void place(cairo_t *cr, std::string_view text, double ax, double ay, double clearance, Colour accent);
+    // Keeps later labels off this box (a marker's own footprint).
+    void avoid(const Box &box) { taken_.push_back(box); }
 
 private:
     const Layout &layout_;

@@ -80,18 +80,25 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palett
     set_font(cr, end_font * ui, true);
     draw_text(cr, format_temperature(hi, ends), label_x, bar.top, text_colour);
     draw_text(cr, format_temperature(lo, ends), label_x, bar.top + bar.height, text_colour);
+    set_font(cr, 13.5 * ui, true);
     draw_text(cr, "\u00B0C", bar.left, layout.panel.y + 18 * ui, text_colour);
 
-    // Round ticks between them, except where they would touch an end label.
+    // A tick at each end, and round ticks between them, labelled unless they would touch an end label.
+    cairo_set_line_width(cr, std::max(1.0, ui));
+    set_colour(cr, {1, 1, 1, 0.7});
+    auto tick = [&](double y) {
+        cairo_move_to(cr, right, y);
+        cairo_line_to(cr, right + tick_length * ui, y);
+        cairo_stroke(cr);
+    };
+    tick(bar.top + 0.5);
+    tick(bar.top + bar.height - 0.5);
     set_font(cr, tick_font * ui);
     const double keep_clear = 15 * ui;
-    cairo_set_line_width(cr, std::max(1.0, ui));
     for (double v : ticks.values) {
         const double y = y_of(v);
-        cairo_move_to(cr, right, std::round(y) + 0.5);
-        cairo_line_to(cr, right + tick_length * ui, std::round(y) + 0.5);
         set_colour(cr, {1, 1, 1, 0.7});
-        cairo_stroke(cr);
+        tick(std::round(y) + 0.5);
         if (y - bar.top < keep_clear || bar.top + bar.height - y < keep_clear) continue;
         draw_text(cr, format_temperature(v, decimals), label_x, y, {0.82, 0.82, 0.84});
     }

@@ -75,6 +75,10 @@ void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
 
     // Labels last, on top of every mark; the extremes claim their places first.
     LabelPlacer labels(layout);
+    auto footprint = [](double x, double y, double r) { return Box{x - r, y - r, 2 * r, 2 * r}; };
+    for (const Crosshair &c : spec.crosshairs)
+        labels.avoid(footprint(layout.px(c.x), layout.py(c.y), 13 * ui));
+    for (const PointMark &p : spec.points) labels.avoid(footprint(layout.px(p.x), layout.py(p.y), 6 * ui));
     for (const Crosshair &c : spec.crosshairs)
         labels.place(cr, c.label, layout.px(c.x), layout.py(c.y), 13 * ui, c.hot ? hot_colour : cold_colour);
     for (const PointMark &p : spec.points)

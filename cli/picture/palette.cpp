@@ -57,7 +57,7 @@ constexpr ControlPoint ironbow[] = {
 constexpr ControlPoint rainbow[] = {
     {0.00, {32, 16, 96}},   {0.12, {24, 64, 210}},  {0.26, {0, 160, 230}},
     {0.40, {20, 200, 140}}, {0.52, {120, 220, 40}}, {0.64, {240, 220, 30}},
-    {0.77, {250, 130, 20}}, {0.90, {220, 30, 30}},  {1.00, {255, 200, 190}},
+    {0.78, {250, 130, 20}}, {0.92, {220, 30, 30}},  {1.00, {255, 228, 222}},
 };
 // White-hot and black-hot step evenly in lightness; plain grey steps evenly in sRGB code values.
 constexpr ControlPoint white_hot[] = {{0.0, {0, 0, 0}}, {1.0, {255, 255, 255}}};
