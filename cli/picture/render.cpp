@@ -1,5 +1,6 @@
 // render_picture: checks the spec, lays the picture out, draws it and encodes the PNG.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <span>
@@ -23,6 +24,12 @@ constexpr int max_upscale = 16, max_side = 16384;  // well inside Cairo's 32767-
 
 std::string frame_size(const PictureSpec &s) {
     return std::to_string(s.width) + "x" + std::to_string(s.height);
+}
+
+// The shortest text that reads back as the same number ("30", "20.5", "nan").
+std::string number(float v) {
+    char buf[32];
+    return std::string(buf, std::to_chars(buf, buf + sizeof buf, v).ptr);
 }
 
 bool in_frame(const PictureSpec &s, int x, int y) {
@@ -54,7 +61,7 @@ void check_band(const std::pair<float, float> &band, const char *what, bool stri
     const auto [lo, hi] = band;
     if (!std::isfinite(lo) || !std::isfinite(hi) || !std::isfinite(static_cast<double>(hi) - lo) ||
         (strict ? !(lo < hi) : !(lo <= hi)))
-        fail(std::string(what) + " " + std::to_string(lo) + "," + std::to_string(hi) + " needs finite LO " +
+        fail(std::string(what) + " " + number(lo) + "," + number(hi) + " needs finite LO " +
              (strict ? "<" : "<=") + " HI");
 }
 
