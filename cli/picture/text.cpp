@@ -1,6 +1,7 @@
 // Text and label boxes.
 #include <algorithm>
 #include <numbers>
+#include <optional>
 #include <string>
 
 #include "picture/canvas.h"
@@ -55,20 +56,34 @@ std::string fit_text(cairo_t *cr, std::string_view text, double max_width) {
 
 Box choose_label_box(double w, double h, double ax, double ay, double d, const Box &area,
                      std::span<const Box> taken) {
-    // Right-above first, then the other diagonals, then straight beside, above and below.
-    const Box candidates[] = {
-        {ax + d, ay - d - h, w, h},     {ax + d, ay + d, w, h},     {ax - d - w, ay - d - h, w, h},
-        {ax - d - w, ay + d, w, h},     {ax + d, ay - h / 2, w, h}, {ax - d - w, ay - h / 2, w, h},
-        {ax - w / 2, ay - d - h, w, h}, {ax - w / 2, ay + d, w, h},
+    auto overlap = [&](const Box &c) {
+        double sum = 0;
+        for (const Box &t : taken)
+            sum += std::max(0.0, std::min(c.x + c.w, t.x + t.w) - std::max(c.x, t.x)) *
+                   std::max(0.0, std::min(c.y + c.h, t.y + t.h) - std::max(c.y, t.y));
+        return sum;
     };
-    const Box *inside = nullptr;
-    for (const Box &c : candidates) {
-        if (!c.inside(area)) continue;
-        if (!inside) inside = &c;
-        if (std::none_of(taken.begin(), taken.end(), [&](const Box &t) { return c.overlaps(t); })) return c;
+    // Right-above first, then the other diagonals, then straight beside, above and below; when
+    // all of these are taken, the same places a little farther out.
+    std::optional<Box> least;
+    double least_overlap = 0;
+    for (int ring = 0; ring < 4; ++ring) {
+        const double r = d + ring * (h + 2);
+        const Box candidates[] = {
+            {ax + r, ay - r - h, w, h},     {ax + r, ay + r, w, h},     {ax - r - w, ay - r - h, w, h},
+            {ax - r - w, ay + r, w, h},     {ax + r, ay - h / 2, w, h}, {ax - r - w, ay - h / 2, w, h},
+            {ax - w / 2, ay - r - h, w, h}, {ax - w / 2, ay + r, w, h},
+        };
+        for (const Box &c : candidates) {
+            if (!c.inside(area)) continue;
+            const double o = overlap(c);
+            if (o == 0) return c;
+            if (!least || o < least_overlap) least = c, least_overlap = o;
+        }
     }
-    // Crowded or cornered: the first place inside, or the first choice pulled inside the area.
-    Box box = inside ? *inside : candidates[0];
+    if (least) return *least;  // crowded: the place that covers the least
+    // Nowhere inside (a label wider or taller than the image): pulled in from the first choice.
+    Box box{ax + d, ay - d - h, w, h};
     box.x = std::max(area.x, std::min(box.x, area.x + area.w - box.w));
     box.y = std::max(area.y, std::min(box.y, area.y + area.h - box.h));
     return box;
