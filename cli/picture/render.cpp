@@ -70,7 +70,8 @@ void check_spec(const PictureSpec &s) {
         fail("cannot draw a " + frame_size(s) + " frame: width and height must be positive");
     if (!s.celsius) fail("no temperature data to draw");
     if (s.upscale < 0 || s.upscale > max_upscale)
-        fail("upscale factor " + std::to_string(s.upscale) + " is outside 1.." + std::to_string(max_upscale));
+        fail("upscale factor " + std::to_string(s.upscale) + " is outside 1.." + std::to_string(max_upscale) +
+             " (0 picks it from the frame size)");
     if (s.range) check_band(*s.range, "temperature range", true);
     if (s.isotherm) check_band(*s.isotherm, "isotherm", false);
     check_marks(s);
@@ -99,9 +100,13 @@ Layout lay_out(const PictureSpec &s, float lo, float hi) {
 }
 
 cairo_status_t append_png(void *closure, const unsigned char *data, unsigned int length) {
-    auto *png = static_cast<std::vector<unsigned char> *>(closure);
-    png->insert(png->end(), data, data + length);
-    return CAIRO_STATUS_SUCCESS;
+    try {  // no exception may cross Cairo's C frames
+        auto *png = static_cast<std::vector<unsigned char> *>(closure);
+        png->insert(png->end(), data, data + length);
+        return CAIRO_STATUS_SUCCESS;
+    } catch (...) {
+        return CAIRO_STATUS_NO_MEMORY;
+    }
 }
 
 }  // namespace
