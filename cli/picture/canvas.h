@@ -61,23 +61,35 @@ void draw_text(cairo_t *cr, std::string_view text, double x, double y, Colour co
 // `text` shortened with an ellipsis until it is at most max_width wide.
 std::string fit_text(cairo_t *cr, std::string_view text, double max_width);
 
-// Where a w x h label for a mark at (ax, ay) goes: beside the mark, `clearance` away from its
-// centre, inside `area` and clear of the `taken` boxes when possible; inside `area` always
-// (when it fits at all).
-Box choose_label_box(double w, double h, double ax, double ay, double clearance, const Box &area,
-                     std::span<const Box> taken);
+// Places for a w x h label around a mark at (ax, ay), `clearance` away from its centre, in order
+// of preference: right-above, the other diagonals, beside, above, below; then the same farther out.
+std::vector<Box> around_point(double w, double h, double ax, double ay, double clearance);
+// Places for a label of a rectangle `r`: above or below it, along its left or right edge, or just
+// inside its top or bottom edge; then around its top-left corner.
+std::vector<Box> around_rect(double w, double h, const Box &r);
+// The first candidate inside `area` that is clear of `taken`; else the one inside that covers
+// `taken` least; else the first candidate pulled inside `area`.
+Box choose_label_box(std::span<const Box> candidates, const Box &area, std::span<const Box> taken);
 
 // Label boxes that avoid each other and stay inside the image.
 class LabelPlacer {
 public:
     LabelPlacer(const Layout &layout) : layout_(layout) {}
-    // Places a label box for `text` near (ax, ay), clear of the mark's own radius; draws it with
-    // an accent colour on its left edge and remembers its place.
+    // Places a label box for `text` near a point mark of radius `clearance` at (ax, ay), or near a
+    // rectangle; draws it with an accent colour on its left edge and remembers its place.
     void place(cairo_t *cr, std::string_view text, double ax, double ay, double clearance, Colour accent);
+    void place(cairo_t *cr, std::string_view text, const Box &rect, Colour accent);
     // Keeps later labels off this box (a marker's own footprint).
     void avoid(const Box &box) { taken_.push_back(box); }
 
 private:
+    struct Size {
+        std::string shown;
+        double w, h;
+    };
+    Size measure(cairo_t *cr, std::string_view text) const;
+    void draw(cairo_t *cr, const Size &label, std::span<const Box> candidates, Colour accent);
+
     const Layout &layout_;
     std::vector<Box> taken_;
 };

@@ -83,6 +83,19 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palett
     set_font(cr, 13.5 * ui, true);
     draw_text(cr, "\u00B0C", bar.left, layout.panel.y + 18 * ui, text_colour);
 
+    // Pointers left of the bar at the temperatures under the crosshairs, in their colours.
+    for (const Crosshair &c : spec.crosshairs) {
+        const double celsius = spec.celsius[static_cast<size_t>(c.y) * spec.width + c.x];
+        if (!std::isfinite(celsius)) continue;
+        const double y = std::clamp(y_of(celsius), bar.top, bar.top + bar.height), size = 5 * ui;
+        cairo_move_to(cr, bar.left - 1.5 * ui, y);
+        cairo_line_to(cr, bar.left - 1.5 * ui - 1.6 * size, y - size);
+        cairo_line_to(cr, bar.left - 1.5 * ui - 1.6 * size, y + size);
+        cairo_close_path(cr);
+        set_colour(cr, c.hot ? hot_colour : cold_colour);
+        cairo_fill(cr);
+    }
+
     // A tick at each end, and round ticks between them, labelled unless they would touch an end label.
     cairo_set_line_width(cr, std::max(1.0, ui));
     set_colour(cr, {1, 1, 1, 0.7});

@@ -83,11 +83,9 @@ void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
         labels.place(cr, c.label, layout.px(c.x), layout.py(c.y), 13 * ui, c.hot ? hot_colour : cold_colour);
     for (const PointMark &p : spec.points)
         labels.place(cr, p.label, layout.px(p.x), layout.py(p.y), 5 * ui, mark_colour);
-    for (const RectMark &r : spec.rects) {
-        // Beside the top-left corner, above the rectangle where there is room.
-        const double x = layout.image.x + r.x * f, y = layout.image.y + r.y * f;
-        labels.place(cr, r.label, x - 3 * ui, y, 0, mark_colour);
-    }
+    for (const RectMark &r : spec.rects)
+        labels.place(cr, r.label, Box{layout.image.x + r.x * f, layout.image.y + r.y * f, r.w * f, r.h * f},
+                     mark_colour);
     for (const LineMark &l : spec.lines)
         labels.place(cr, l.label, (layout.px(l.x0) + layout.px(l.x1)) / 2,
                      (layout.py(l.y0) + layout.py(l.y1)) / 2, 4 * ui, mark_colour);

@@ -54,8 +54,37 @@ std::string fit_text(cairo_t *cr, std::string_view text, double max_width) {
     return s + std::string(ellipsis);
 }
 
-Box choose_label_box(double w, double h, double ax, double ay, double d, const Box &area,
-                     std::span<const Box> taken) {
+std::vector<Box> around_point(double w, double h, double ax, double ay, double d) {
+    std::vector<Box> boxes;
+    for (int ring = 0; ring < 4; ++ring) {
+        const double r = d + ring * (h + 2);
+        boxes.insert(boxes.end(), {
+                                      {ax + r, ay - r - h, w, h},
+                                      {ax + r, ay + r, w, h},
+                                      {ax - r - w, ay - r - h, w, h},
+                                      {ax - r - w, ay + r, w, h},
+                                      {ax + r, ay - h / 2, w, h},
+                                      {ax - r - w, ay - h / 2, w, h},
+                                      {ax - w / 2, ay - r - h, w, h},
+                                      {ax - w / 2, ay + r, w, h},
+                                  });
+    }
+    return boxes;
+}
+
+std::vector<Box> around_rect(double w, double h, const Box &r) {
+    const double gap = 3, left = r.x, right = r.x + r.w - w, above = r.y - gap - h, below = r.y + r.h + gap;
+    const double inside_top = r.y + gap, inside_bottom = r.y + r.h - gap - h;
+    std::vector<Box> boxes = {
+        {left, above, w, h},  {right, above, w, h},     {left, below, w, h},
+        {right, below, w, h}, {left, inside_top, w, h}, {left + gap, inside_bottom, w, h},
+    };
+    const std::vector<Box> corner = around_point(w, h, r.x, r.y, gap);
+    boxes.insert(boxes.end(), corner.begin(), corner.end());
+    return boxes;
+}
+
+Box choose_label_box(std::span<const Box> candidates, const Box &area, std::span<const Box> taken) {
     auto overlap = [&](const Box &c) {
         double sum = 0;
         for (const Box &t : taken)
@@ -63,45 +92,51 @@ Box choose_label_box(double w, double h, double ax, double ay, double d, const B
                    std::max(0.0, std::min(c.y + c.h, t.y + t.h) - std::max(c.y, t.y));
         return sum;
     };
-    // Right-above first, then the other diagonals, then straight beside, above and below; when
-    // all of these are taken, the same places a little farther out.
     std::optional<Box> least;
     double least_overlap = 0;
-    for (int ring = 0; ring < 4; ++ring) {
-        const double r = d + ring * (h + 2);
-        const Box candidates[] = {
-            {ax + r, ay - r - h, w, h},     {ax + r, ay + r, w, h},     {ax - r - w, ay - r - h, w, h},
-            {ax - r - w, ay + r, w, h},     {ax + r, ay - h / 2, w, h}, {ax - r - w, ay - h / 2, w, h},
-            {ax - w / 2, ay - r - h, w, h}, {ax - w / 2, ay + r, w, h},
-        };
-        for (const Box &c : candidates) {
-            if (!c.inside(area)) continue;
-            const double o = overlap(c);
-            if (o == 0) return c;
-            if (!least || o < least_overlap) least = c, least_overlap = o;
-        }
+    for (const Box &c : candidates) {
+        if (!c.inside(area)) continue;
+        const double o = overlap(c);
+        if (o == 0) return c;
+        if (!least || o < least_overlap) least = c, least_overlap = o;
     }
     if (least) return *least;  // crowded: the place that covers the least
-    // Nowhere inside (a label wider or taller than the image): pulled in from the first choice.
-    Box box{ax + d, ay - d - h, w, h};
+    // Nowhere inside (a label wider or taller than the image): the first choice, pulled in.
+    Box box = candidates.empty() ? Box{area.x, area.y, 0, 0} : candidates.front();
     box.x = std::max(area.x, std::min(box.x, area.x + area.w - box.w));
     box.y = std::max(area.y, std::min(box.y, area.y + area.h - box.h));
     return box;
 }
 
-void LabelPlacer::place(cairo_t *cr, std::string_view text, double ax, double ay, double clearance,
-                        Colour accent) {
-    if (text.empty()) return;
+LabelPlacer::Size LabelPlacer::measure(cairo_t *cr, std::string_view text) const {
     const double ui = layout_.ui, pad = 4 * ui, bar = 3 * ui;
     set_font(cr, 11.5 * ui);
     cairo_font_extents_t font;
     cairo_font_extents(cr, &font);
-    const std::string shown = fit_text(cr, text, layout_.image.w - 2 * pad - bar - 4 * ui);
+    std::string shown = fit_text(cr, text, layout_.image.w - 2 * pad - bar - 4 * ui);
     const double w = bar + 2 * pad + text_width(cr, shown), h = font.ascent + font.descent + 2 * ui;
-    const Box box = choose_label_box(w, h, ax, ay, clearance + 3 * ui, layout_.image, taken_);
+    return {std::move(shown), w, h};
+}
+
+void LabelPlacer::place(cairo_t *cr, std::string_view text, double ax, double ay, double clearance,
+                        Colour accent) {
+    if (text.empty()) return;
+    const Size label = measure(cr, text);
+    draw(cr, label, around_point(label.w, label.h, ax, ay, clearance + 3 * layout_.ui), accent);
+}
+
+void LabelPlacer::place(cairo_t *cr, std::string_view text, const Box &rect, Colour accent) {
+    if (text.empty()) return;
+    const Size label = measure(cr, text);
+    draw(cr, label, around_rect(label.w, label.h, rect), accent);
+}
+
+void LabelPlacer::draw(cairo_t *cr, const Size &label, std::span<const Box> candidates, Colour accent) {
+    const Box box = choose_label_box(candidates, layout_.image, taken_);
     taken_.push_back(box);
 
-    const double radius = 3 * ui;
+    const double ui = layout_.ui, pad = 4 * ui, bar = 3 * ui, radius = 3 * ui;
+    set_font(cr, 11.5 * ui);
     cairo_new_sub_path(cr);
     cairo_arc(cr, box.x + box.w - radius, box.y + radius, radius, -std::numbers::pi / 2, 0);
     cairo_arc(cr, box.x + box.w - radius, box.y + box.h - radius, radius, 0, std::numbers::pi / 2);
@@ -116,7 +151,7 @@ void LabelPlacer::place(cairo_t *cr, std::string_view text, double ax, double ay
     set_colour(cr, accent);
     cairo_fill(cr);
     cairo_restore(cr);
-    draw_text(cr, shown, box.x + bar + pad, box.y + box.h / 2, text_colour);
+    draw_text(cr, label.shown, box.x + bar + pad, box.y + box.h / 2, text_colour);
 }
 
 }  // namespace radimo::cli::detail

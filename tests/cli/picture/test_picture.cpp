@@ -137,11 +137,12 @@ TEST(RenderPicture, BadSpecsThrow) {
 TEST(LabelPlacement, StaysInsideTheImageAndAvoidsEarlierLabels) {
     const detail::Box area{0, 0, 640, 512};
     for (auto [x, y] : {std::pair{0.0, 0.0}, {639.0, 0.0}, {0.0, 511.0}, {639.0, 511.0}, {320.0, 2.0}}) {
-        const detail::Box box = detail::choose_label_box(90, 18, x, y, 16, area, {});
+        const detail::Box box = detail::choose_label_box(detail::around_point(90, 18, x, y, 16), area, {});
         EXPECT_TRUE(box.inside(area)) << x << "," << y;
     }
-    const detail::Box first = detail::choose_label_box(90, 18, 320, 256, 16, area, {});
-    const detail::Box second = detail::choose_label_box(90, 18, 322, 258, 16, area, std::span(&first, 1));
+    const detail::Box first = detail::choose_label_box(detail::around_point(90, 18, 320, 256, 16), area, {});
+    const detail::Box second =
+        detail::choose_label_box(detail::around_point(90, 18, 322, 258, 16), area, std::span(&first, 1));
     EXPECT_FALSE(second.overlaps(first));
 }
 
