@@ -35,7 +35,7 @@ struct Layout {
     Box panel;       // the colour bar panel right of the image (w = 0 without a bar)
     Box caption;     // the caption strip along the bottom (h = 0 without a caption)
     int width = 0, height = 0;
-    double ui = 1;  // size of text and strokes relative to a 640x512 picture
+    double ui = 1;  // text and stroke scale: 1 up to 720 pixels on the long side, more above
 
     // The centre of frame pixel (x, y) in picture coordinates.
     double px(double x) const { return image.x + (x + 0.5) * factor; }
@@ -74,7 +74,7 @@ Box choose_label_box(std::span<const Box> candidates, const Box &area, std::span
 // Label boxes that avoid each other and stay inside the image.
 class LabelPlacer {
 public:
-    LabelPlacer(const Layout &layout) : layout_(layout) {}
+    explicit LabelPlacer(const Layout &layout) : layout_(layout) {}
     // Places a label box for `text` near a point mark of radius `clearance` at (ax, ay), or near a
     // rectangle; draws it with an accent colour on its left edge and remembers its place.
     void place(cairo_t *cr, std::string_view text, double ax, double ay, double clearance, Colour accent);

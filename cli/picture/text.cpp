@@ -42,16 +42,20 @@ void draw_text(cairo_t *cr, std::string_view text, double x, double y, Colour co
 }
 
 std::string fit_text(cairo_t *cr, std::string_view text, double max_width) {
-    std::string s(text);
-    if (text_width(cr, s) <= max_width) return s;
+    if (text_width(cr, text) <= max_width) return std::string(text);
     static constexpr std::string_view ellipsis = "\u2026";
-    while (!s.empty()) {
-        // Drop a whole UTF-8 sequence: continuation bytes look like 10xxxxxx.
-        do s.pop_back();
-        while (!s.empty() && (static_cast<unsigned char>(s.back()) & 0xC0) == 0x80);
-        if (text_width(cr, s + std::string(ellipsis)) <= max_width) break;
+    // Cut only between UTF-8 sequences (continuation bytes look like 10xxxxxx); find the longest
+    // prefix that fits by bisection.
+    std::vector<size_t> cuts{0};
+    for (size_t i = 1; i < text.size(); ++i)
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) cuts.push_back(i);
+    auto with_ellipsis = [&](size_t n) { return std::string(text.substr(0, n)) + std::string(ellipsis); };
+    size_t fits = 0, too_long = cuts.size();
+    while (too_long - fits > 1) {
+        const size_t mid = (fits + too_long) / 2;
+        (text_width(cr, with_ellipsis(cuts[mid])) <= max_width ? fits : too_long) = mid;
     }
-    return s + std::string(ellipsis);
+    return with_ellipsis(cuts[fits]);
 }
 
 std::vector<Box> around_point(double w, double h, double ax, double ay, double d) {
