@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace radimo::cli {
@@ -40,7 +41,7 @@ public:
     Rgb highlight() const { return highlight_; }
 
 private:
-    std::string_view name_;
+    std::string name_;
     std::array<Rgb, levels> table_{};
     Rgb highlight_{};
 };

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "picture/palette.h"
+#include "picture/scale.h"
 
 namespace radimo::cli {
 
@@ -44,7 +45,7 @@ struct PictureSpec {
     int width = 0, height = 0;
     const float *celsius = nullptr;                   // row-major width*height, degC; NaN = no data
     const Palette *palette = nullptr;                 // nullptr = ironbow
-    std::optional<std::pair<float, float>> range;     // locked scale lo,hi degC; nullopt = automatic
+    std::optional<std::pair<float, float>> range;     // locked scale lo,hi degC; nullopt = automatic_range()
     std::optional<std::pair<float, float>> isotherm;  // pixels within [lo,hi] highlighted
     bool colour_bar = true;
     std::vector<PointMark> points;
