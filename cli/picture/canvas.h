@@ -97,11 +97,11 @@ private:
 // The panel width the colour bar needs for these tick and end labels.
 double colour_bar_width(cairo_t *cr, float lo, float hi, double ui);
 
-void paint_false_colour(cairo_surface_t *surface, const PictureSpec &spec, const Palette &palette, float lo,
-                        float hi, const Layout &layout);
-void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palette, float lo, float hi,
+void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
+                        float lo, float hi, const Layout &layout);
+void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &palette, float lo, float hi,
                      const Layout &layout);
-void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout);
-void draw_caption(cairo_t *cr, const PictureSpec &spec, const Layout &layout);
+void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout);
+void draw_caption(cairo_t *cr, const PictureSpec &request, const Layout &layout);
 
 }  // namespace radimo::cli::detail

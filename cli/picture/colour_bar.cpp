@@ -47,7 +47,7 @@ double colour_bar_width(cairo_t *cr, float lo, float hi, double ui) {
     return std::ceil((bar_margin + bar_width + tick_length + tick_gap + right_margin) * ui + widest);
 }
 
-void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palette, float lo, float hi,
+void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &palette, float lo, float hi,
                      const Layout &layout) {
     const double ui = layout.ui;
     const BarGeometry bar = bar_geometry(layout);
@@ -60,7 +60,7 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palett
     for (int i = 0; i < rows; ++i) {
         const double t = 1.0 - (i + 0.5) / rows, celsius = lo + t * span;
         Rgb c = palette.at(t);
-        if (spec.isotherm && celsius >= spec.isotherm->first && celsius <= spec.isotherm->second)
+        if (request.isotherm && celsius >= request.isotherm->first && celsius <= request.isotherm->second)
             c = highlight;
         cairo_rectangle(cr, bar.left, bar.top + i, bar.width, 1);
         set_colour(cr, {c.r / 255.0, c.g / 255.0, c.b / 255.0});
@@ -84,8 +84,8 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &spec, const Palette &palett
     draw_text(cr, "\u00B0C", bar.left, layout.panel.y + 18 * ui, text_colour);
 
     // Pointers left of the bar at the temperatures under the crosshairs, in their colours.
-    for (const Crosshair &c : spec.crosshairs) {
-        const double celsius = spec.celsius[static_cast<size_t>(c.y) * spec.width + c.x];
+    for (const Crosshair &c : request.crosshairs) {
+        const double celsius = request.celsius[static_cast<size_t>(c.y) * request.width + c.x];
         if (!std::isfinite(celsius)) continue;
         const double y = std::clamp(y_of(celsius), bar.top, bar.top + bar.height), size = 5 * ui;
         cairo_move_to(cr, bar.left - 1.5 * ui, y);

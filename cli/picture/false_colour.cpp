@@ -17,8 +17,8 @@ uint32_t pack(Rgb c) {
 
 }  // namespace
 
-void paint_false_colour(cairo_surface_t *surface, const PictureSpec &spec, const Palette &palette, float lo,
-                        float hi, const Layout &layout) {
+void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
+                        float lo, float hi, const Layout &layout) {
     cairo_surface_flush(surface);
     unsigned char *data = cairo_image_surface_get_data(surface);
     const int stride = cairo_image_surface_get_stride(surface);
@@ -27,13 +27,13 @@ void paint_false_colour(cairo_surface_t *surface, const PictureSpec &spec, const
     const double span = static_cast<double>(hi) - lo;
     const uint32_t highlight = pack(palette.highlight());
 
-    for (int y = 0; y < spec.height; ++y) {
-        const float *row = spec.celsius + static_cast<size_t>(y) * spec.width;
-        for (int x = 0; x < spec.width; ++x) {
+    for (int y = 0; y < request.height; ++y) {
+        const float *row = request.celsius + static_cast<size_t>(y) * request.width;
+        for (int x = 0; x < request.width; ++x) {
             const float v = row[x];
             const bool valid = std::isfinite(v);
             uint32_t colour = 0;
-            if (valid && spec.isotherm && v >= spec.isotherm->first && v <= spec.isotherm->second)
+            if (valid && request.isotherm && v >= request.isotherm->first && v <= request.isotherm->second)
                 colour = highlight;
             else if (valid)
                 colour = pack(palette.at((static_cast<double>(v) - lo) / span));

@@ -34,7 +34,7 @@ void draw_crosshair(cairo_t *cr, double x, double y, Colour colour, double ui) {
 
 }  // namespace
 
-void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
+void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout) {
     const double ui = layout.ui, f = layout.factor, line_width = 1.6 * ui;
     cairo_save(cr);
     cairo_rectangle(cr, layout.image.x, layout.image.y, layout.image.w, layout.image.h);
@@ -42,13 +42,13 @@ void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
 
-    for (const RectMark &r : spec.rects) {
+    for (const RectMark &r : request.rects) {
         const double inset = line_width / 2;
         cairo_rectangle(cr, layout.image.x + r.x * f + inset, layout.image.y + r.y * f + inset,
                         r.w * f - 2 * inset, r.h * f - 2 * inset);
         halo_stroke(cr, mark_colour, line_width, ui);
     }
-    for (const LineMark &l : spec.lines) {
+    for (const LineMark &l : request.lines) {
         const double x0 = layout.px(l.x0), y0 = layout.py(l.y0), x1 = layout.px(l.x1), y1 = layout.py(l.y1);
         const double length = std::hypot(x1 - x0, y1 - y0), cap = 4 * ui;
         // Short end bars across the line show where the measured span starts and stops.
@@ -61,7 +61,7 @@ void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
         }
         halo_stroke(cr, mark_colour, line_width, ui);
     }
-    for (const PointMark &p : spec.points) {
+    for (const PointMark &p : request.points) {
         const double x = layout.px(p.x), y = layout.py(p.y);
         cairo_new_path(cr);
         cairo_arc(cr, x, y, 4.5 * ui, 0, 2 * std::numbers::pi);
@@ -70,36 +70,36 @@ void draw_overlays(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
         set_colour(cr, mark_colour);
         cairo_fill(cr);
     }
-    for (const Crosshair &c : spec.crosshairs)
+    for (const Crosshair &c : request.crosshairs)
         draw_crosshair(cr, layout.px(c.x), layout.py(c.y), c.hot ? hot_colour : cold_colour, ui);
 
     // Labels last, on top of every mark; the extremes claim their places first.
     LabelPlacer labels(layout);
     auto footprint = [](double x, double y, double r) { return Box{x - r, y - r, 2 * r, 2 * r}; };
-    for (const Crosshair &c : spec.crosshairs)
+    for (const Crosshair &c : request.crosshairs)
         labels.avoid(footprint(layout.px(c.x), layout.py(c.y), 13 * ui));
-    for (const PointMark &p : spec.points) labels.avoid(footprint(layout.px(p.x), layout.py(p.y), 6 * ui));
-    for (const Crosshair &c : spec.crosshairs)
+    for (const PointMark &p : request.points) labels.avoid(footprint(layout.px(p.x), layout.py(p.y), 6 * ui));
+    for (const Crosshair &c : request.crosshairs)
         labels.place(cr, c.label, layout.px(c.x), layout.py(c.y), 13 * ui, c.hot ? hot_colour : cold_colour);
-    for (const PointMark &p : spec.points)
+    for (const PointMark &p : request.points)
         labels.place(cr, p.label, layout.px(p.x), layout.py(p.y), 5 * ui, mark_colour);
-    for (const RectMark &r : spec.rects)
+    for (const RectMark &r : request.rects)
         labels.place(cr, r.label, Box{layout.image.x + r.x * f, layout.image.y + r.y * f, r.w * f, r.h * f},
                      mark_colour);
-    for (const LineMark &l : spec.lines)
+    for (const LineMark &l : request.lines)
         labels.place(cr, l.label, (layout.px(l.x0) + layout.px(l.x1)) / 2,
                      (layout.py(l.y0) + layout.py(l.y1)) / 2, 4 * ui, mark_colour);
     cairo_restore(cr);
 }
 
-void draw_caption(cairo_t *cr, const PictureSpec &spec, const Layout &layout) {
+void draw_caption(cairo_t *cr, const PictureSpec &request, const Layout &layout) {
     if (layout.caption.h <= 0) return;
     cairo_rectangle(cr, layout.caption.x, layout.caption.y, layout.caption.w, layout.caption.h);
     set_colour(cr, {0.07, 0.07, 0.08});
     cairo_fill(cr);
     set_font(cr, 12 * layout.ui);
     const double margin = 10 * layout.ui;
-    draw_text(cr, fit_text(cr, spec.caption, layout.caption.w - 2 * margin), layout.caption.x + margin,
+    draw_text(cr, fit_text(cr, request.caption, layout.caption.w - 2 * margin), layout.caption.x + margin,
               layout.caption.y + layout.caption.h / 2, text_colour);
 }
 

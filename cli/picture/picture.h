@@ -62,8 +62,8 @@ struct Picture {
     float lo = 0, hi = 0;       // the temperature range the colours span
 };
 
-// Throws std::runtime_error with a one-line message for a bad spec (no data, empty or oversized
+// Throws std::runtime_error with a one-line message for a bad request (no data, empty or oversized
 // frame, a mark outside the frame, an empty or reversed range) or a drawing failure.
-Picture render_picture(const PictureSpec &spec);
+Picture render_picture(const PictureSpec &request);
 
 }  // namespace radimo::cli

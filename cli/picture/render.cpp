@@ -1,4 +1,4 @@
-// render_picture: checks the spec, lays the picture out, draws it and encodes the PNG.
+// render_picture: checks the request, lays the picture out, draws it and encodes the PNG.
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -65,7 +65,7 @@ void check_band(const std::pair<float, float> &band, const char *what, bool stri
              (strict ? "<" : "<=") + " HI");
 }
 
-void check_spec(const PictureSpec &s) {
+void check_request(const PictureSpec &s) {
     if (s.width <= 0 || s.height <= 0)
         fail("cannot draw a " + frame_size(s) + " frame: width and height must be positive");
     if (!s.celsius) fail("no temperature data to draw");
@@ -111,14 +111,15 @@ cairo_status_t append_png(void *closure, const unsigned char *data, unsigned int
 
 }  // namespace
 
-Picture render_picture(const PictureSpec &spec) {
-    check_spec(spec);
-    const Palette &palette = spec.palette ? *spec.palette : *find_palette("ironbow");
-    const auto [lo, hi] =
-        spec.range ? *spec.range
-                   : automatic_range(std::span(spec.celsius, static_cast<size_t>(spec.width) * spec.height));
+Picture render_picture(const PictureSpec &request) {
+    check_request(request);
+    const Palette &palette = request.palette ? *request.palette : *find_palette("ironbow");
+    const auto [lo, hi] = request.range
+                              ? *request.range
+                              : automatic_range(std::span(
+                                    request.celsius, static_cast<size_t>(request.width) * request.height));
     if (!(static_cast<double>(hi) - lo > 0)) fail("the temperatures are too large to put on a colour scale");
-    const Layout layout = lay_out(spec, lo, hi);
+    const Layout layout = lay_out(request, lo, hi);
 
     SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, layout.height));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
@@ -129,10 +130,10 @@ Picture render_picture(const PictureSpec &spec) {
     cairo_paint(cr.get());
     cairo_surface_flush(surface.get());
 
-    paint_false_colour(surface.get(), spec, palette, lo, hi, layout);
-    if (spec.colour_bar) draw_colour_bar(cr.get(), spec, palette, lo, hi, layout);
-    draw_overlays(cr.get(), spec, layout);
-    draw_caption(cr.get(), spec, layout);
+    paint_false_colour(surface.get(), request, palette, lo, hi, layout);
+    if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
+    draw_overlays(cr.get(), request, layout);
+    draw_caption(cr.get(), request, layout);
     if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS)
         fail(std::string("drawing the picture failed: ") + cairo_status_to_string(cairo_status(cr.get())));
 

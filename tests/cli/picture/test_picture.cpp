@@ -44,10 +44,10 @@ Decoded decode(const Picture &picture) {
     return d;
 }
 
-PictureSpec frame_spec(int w, int h, const float *celsius) {
-    PictureSpec spec;
-    spec.width = w, spec.height = h, spec.celsius = celsius;
-    return spec;
+PictureSpec frame_request(int w, int h, const float *celsius) {
+    PictureSpec request;
+    request.width = w, request.height = h, request.celsius = celsius;
+    return request;
 }
 
 // A frame whose pixel (x, y) reads x + 100 * y / height degC.
@@ -65,10 +65,10 @@ TEST(RenderPicture, SizeFollowsTheUpscaleRule) {
     for (const Case &c : {Case{640, 512, 0, 640, 512}, Case{80, 60, 0, 800, 600}, Case{160, 120, 0, 800, 600},
                           Case{384, 288, 0, 768, 576}, Case{7, 5, 3, 21, 15}}) {
         const std::vector<float> frame = gradient(c.w, c.h);
-        PictureSpec spec = frame_spec(c.w, c.h, frame.data());
-        spec.colour_bar = false;
-        spec.upscale = c.upscale;
-        const Picture picture = render_picture(spec);
+        PictureSpec request = frame_request(c.w, c.h, frame.data());
+        request.colour_bar = false;
+        request.upscale = c.upscale;
+        const Picture picture = render_picture(request);
         const Decoded image = decode(picture);
         EXPECT_EQ(picture.width, c.png_w);
         EXPECT_EQ(picture.height, c.png_h);
@@ -81,14 +81,14 @@ TEST(RenderPicture, FalseColourFollowsTheLockedRange) {
     std::vector<float> frame = gradient(40, 30);
     frame[5] = NAN;
     const Palette &lava = *find_palette("lava");
-    PictureSpec spec = frame_spec(40, 30, frame.data());
-    spec.palette = &lava;
-    spec.range = {10.0f, 90.0f};
-    spec.isotherm = {50.0f, 52.0f};
-    spec.upscale = 4;
-    spec.caption = "gradient";
-    spec.crosshairs = {{39, 29, "138.2 °C", true}};
-    const Picture picture = render_picture(spec);
+    PictureSpec request = frame_request(40, 30, frame.data());
+    request.palette = &lava;
+    request.range = {10.0f, 90.0f};
+    request.isotherm = {50.0f, 52.0f};
+    request.upscale = 4;
+    request.caption = "gradient";
+    request.crosshairs = {{39, 29, "138.2 °C", true}};
+    const Picture picture = render_picture(request);
     EXPECT_EQ(picture.lo, 10.0f);
     EXPECT_EQ(picture.hi, 90.0f);
     EXPECT_GT(picture.width, 160);  // room for the colour bar
@@ -100,26 +100,26 @@ TEST(RenderPicture, FalseColourFollowsTheLockedRange) {
     }
     const Rgb no_data = image.pixel(5 * 4 + 1, 1);
     EXPECT_TRUE(no_data.r == no_data.g && no_data.r > 40 &&
-                no_data.r < 160);                      // neutral grey, not a palette colour
-    EXPECT_EQ(render_picture(spec).png, picture.png);  // same input, same bytes
+                no_data.r < 160);                         // neutral grey, not a palette colour
+    EXPECT_EQ(render_picture(request).png, picture.png);  // same input, same bytes
 }
 
 TEST(RenderPicture, AutomaticRangeAndAllMissingData) {
     std::vector<float> frame(20 * 10, 30.0f);
     frame[7] = 5000.0f;  // one bad pixel does not flatten the picture
-    const PictureSpec spec = frame_spec(20, 10, frame.data());
-    Picture picture = render_picture(spec);
+    const PictureSpec request = frame_request(20, 10, frame.data());
+    Picture picture = render_picture(request);
     EXPECT_EQ(picture.lo, 29.0f);
     EXPECT_EQ(picture.hi, 31.0f);
 
     frame.assign(frame.size(), NAN);
-    picture = render_picture(spec);
+    picture = render_picture(request);
     EXPECT_EQ(decode(picture).width(), picture.width);
 }
 
-TEST(RenderPicture, BadSpecsThrow) {
+TEST(RenderPicture, BadRequestsThrow) {
     const std::vector<float> frame(8 * 6, 20.0f);
-    std::vector<PictureSpec> bad(10, frame_spec(8, 6, frame.data()));
+    std::vector<PictureSpec> bad(10, frame_request(8, 6, frame.data()));
     bad[0].width = 0;
     bad[1].height = -6;
     bad[2].celsius = nullptr;
