@@ -1,0 +1,57 @@
+// False-colour palettes for rendered temperature pictures.
+//
+// Every palette is a short list of our own sRGB control points, blended in the
+// OKLab perceptual space (so the steps look even to the eye) and sampled into a
+// table of `Palette::levels` colours. Position 0 is the coldest end, 1 the hottest.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace radimo::cli {
+
+struct Rgb {
+    uint8_t r, g, b;
+    friend bool operator==(const Rgb &, const Rgb &) = default;
+};
+
+// One sRGB control point of a palette: position t in [0,1] and its colour.
+struct ControlPoint {
+    double t;
+    Rgb colour;
+};
+
+class Palette {
+public:
+    static constexpr int levels = 1024;
+    // How colours between control points are blended: evenly in perceived
+    // lightness and hue (OKLab), or in equal sRGB code steps.
+    enum class Blend { oklab, srgb };
+
+    // Points must start at t = 0, end at t = 1 and rise strictly in between.
+    Palette(std::string_view name, std::span<const ControlPoint> points, Blend blend = Blend::oklab);
+
+    std::string_view name() const { return name_; }
+    // The colour at position t, clamped to [0,1]; NaN gives the coldest colour.
+    Rgb at(double t) const;
+    // A saturated colour far from every colour of this palette, for isotherms.
+    Rgb highlight() const { return highlight_; }
+
+private:
+    std::string name_;
+    std::array<Rgb, levels> table_{};
+    Rgb highlight_{};
+};
+
+// The names of the built-in palettes, in the order they are offered to users.
+std::span<const std::string_view> palette_names();
+// The built-in palette of that name, or nullptr when there is none.
+const Palette *find_palette(std::string_view name);
+
+// Perceptual lightness (OKLab L, 0 black .. 1 white) of an sRGB colour.
+double oklab_lightness(Rgb c);
+
+}  // namespace radimo::cli

@@ -1,0 +1,69 @@
+// A false-colour picture of a temperature frame, with its colour bar and measurement overlays,
+// rendered with Cairo into PNG bytes in memory.
+//
+// Layout: the frame, upscaled by an integer factor with nearest-neighbour pixels, on the left;
+// the colour bar with its degC ticks on the right; an optional caption strip along the bottom.
+// Unless `upscale` is set, the factor is 800 / max(width, height) (integer division), at least 1
+// and at most 16: 80x60 and 160x120 frames become 800x600, 384x288 becomes 768x576, 640x512
+// stays 1:1. Marks are given in frame pixels (x column, y row) and drawn antialiased with a dark
+// halo so they read on any colour. The output is an 8-bit RGB PNG whose bytes depend only on
+// the input.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "picture/palette.h"
+#include "picture/scale.h"
+
+namespace radimo::cli {
+
+struct PointMark {
+    int x, y;
+    std::string label;
+};
+struct LineMark {
+    int x0, y0, x1, y1;
+    std::string label;
+};
+// The rectangle covers frame pixels x .. x+w-1 and y .. y+h-1.
+struct RectMark {
+    int x, y, w, h;
+    std::string label;
+};
+// A crosshair at the hottest (hot = true, warm colour) or coldest (cool colour) pixel, with its
+// temperature as the label, e.g. "65.2 °C".
+struct Crosshair {
+    int x, y;
+    std::string label;
+    bool hot;
+};
+
+struct PictureSpec {
+    int width = 0, height = 0;
+    const float *celsius = nullptr;                   // row-major width*height, degC; NaN = no data
+    const Palette *palette = nullptr;                 // nullptr = ironbow
+    std::optional<std::pair<float, float>> range;     // locked scale lo,hi degC; nullopt = automatic_range()
+    std::optional<std::pair<float, float>> isotherm;  // pixels within [lo,hi] highlighted
+    bool colour_bar = true;
+    std::vector<PointMark> points;
+    std::vector<LineMark> lines;
+    std::vector<RectMark> rects;
+    std::vector<Crosshair> crosshairs;
+    std::string caption;  // optional one-line caption
+    int upscale = 0;      // frame pixel to picture pixels, 1..16; 0 = automatic
+};
+
+struct Picture {
+    std::vector<unsigned char> png;
+    int width = 0, height = 0;  // of the PNG
+    float lo = 0, hi = 0;       // the temperature range the colours span
+};
+
+// Throws std::runtime_error with a one-line message for a bad request (no data, empty or oversized
+// frame, a mark outside the frame, an empty or reversed range) or a drawing failure.
+Picture render_picture(const PictureSpec &request);
+
+}  // namespace radimo::cli

@@ -1,0 +1,152 @@
+// render_picture: checks the request, lays the picture out, draws it and encodes the PNG.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+#include "picture/canvas.h"
+#include "picture/picture.h"
+#include "picture/scale.h"
+
+namespace radimo::cli {
+namespace {
+
+using namespace detail;
+
+constexpr int max_upscale = 16, max_side = 16384;  // well inside Cairo's 32767-pixel surfaces
+
+[[noreturn]] void fail(const std::string &message) {
+    throw std::runtime_error(message);
+}
+
+std::string frame_size(const PictureSpec &s) {
+    return std::to_string(s.width) + "x" + std::to_string(s.height);
+}
+
+// The shortest text that reads back as the same number ("30", "20.5", "nan").
+std::string number(float v) {
+    char buf[32];
+    return std::string(buf, std::to_chars(buf, buf + sizeof buf, v).ptr);
+}
+
+bool in_frame(const PictureSpec &s, int x, int y) {
+    return x >= 0 && y >= 0 && x < s.width && y < s.height;
+}
+
+void check_marks(const PictureSpec &s) {
+    auto outside = [&](const std::string &what) {
+        fail(what + " lies outside the " + frame_size(s) + " frame");
+    };
+    for (const PointMark &p : s.points)
+        if (!in_frame(s, p.x, p.y)) outside("point " + std::to_string(p.x) + "," + std::to_string(p.y));
+    for (const Crosshair &c : s.crosshairs)
+        if (!in_frame(s, c.x, c.y)) outside("crosshair " + std::to_string(c.x) + "," + std::to_string(c.y));
+    for (const LineMark &l : s.lines)
+        if (!in_frame(s, l.x0, l.y0) || !in_frame(s, l.x1, l.y1))
+            outside("line " + std::to_string(l.x0) + "," + std::to_string(l.y0) + "," + std::to_string(l.x1) +
+                    "," + std::to_string(l.y1));
+    for (const RectMark &r : s.rects) {
+        const std::string name = "rectangle " + std::to_string(r.x) + "," + std::to_string(r.y) + "," +
+                                 std::to_string(r.w) + "," + std::to_string(r.h);
+        if (r.w < 1 || r.h < 1) fail(name + " is empty");
+        if (r.x < 0 || r.y < 0 || int64_t{r.x} + r.w > s.width || int64_t{r.y} + r.h > s.height)
+            outside(name);
+    }
+}
+
+void check_band(const std::pair<float, float> &band, const char *what, bool strict) {
+    const auto [lo, hi] = band;
+    if (!std::isfinite(lo) || !std::isfinite(hi) || !std::isfinite(static_cast<double>(hi) - lo) ||
+        (strict ? !(lo < hi) : !(lo <= hi)))
+        fail(std::string(what) + " " + number(lo) + "," + number(hi) + " needs finite LO " +
+             (strict ? "<" : "<=") + " HI");
+}
+
+void check_request(const PictureSpec &s) {
+    if (s.width <= 0 || s.height <= 0)
+        fail("cannot draw a " + frame_size(s) + " frame: width and height must be positive");
+    if (!s.celsius) fail("no temperature data to draw");
+    if (s.upscale < 0 || s.upscale > max_upscale)
+        fail("upscale factor " + std::to_string(s.upscale) + " is outside 1.." + std::to_string(max_upscale) +
+             " (0 picks it from the frame size)");
+    if (s.range) check_band(*s.range, "temperature range", true);
+    if (s.isotherm) check_band(*s.isotherm, "isotherm", false);
+    check_marks(s);
+}
+
+Layout lay_out(const PictureSpec &s, float lo, float hi) {
+    Layout l;
+    l.factor = s.upscale ? s.upscale : std::clamp(800 / std::max(s.width, s.height), 1, max_upscale);
+    if (int64_t{s.width} * l.factor > max_side || int64_t{s.height} * l.factor > max_side)
+        fail("a " + frame_size(s) + " frame is too large to draw (at most " + std::to_string(max_side) +
+             " pixels a side)");
+    l.image = {0, 0, static_cast<double>(s.width * l.factor), static_cast<double>(s.height * l.factor)};
+    l.ui = std::clamp(std::max(l.image.w, l.image.h) / 720.0, 1.0, 4.0);
+
+    // Text is measured on a scratch surface before the real one exists.
+    SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
+    CairoPtr cr(cairo_create(scratch.get()));
+    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui) : 0;
+    const double body_h = std::max(l.image.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
+    const double caption_h = s.caption.empty() ? 0 : std::round(26 * l.ui);
+    l.panel = {l.image.w, 0, panel_w, body_h};
+    l.width = static_cast<int>(l.image.w + panel_w);
+    l.caption = {0, body_h, static_cast<double>(l.width), caption_h};
+    l.height = static_cast<int>(body_h + caption_h);
+    return l;
+}
+
+cairo_status_t append_png(void *closure, const unsigned char *data, unsigned int length) {
+    try {  // no exception may cross Cairo's C frames
+        auto *png = static_cast<std::vector<unsigned char> *>(closure);
+        png->insert(png->end(), data, data + length);
+        return CAIRO_STATUS_SUCCESS;
+    } catch (...) {
+        return CAIRO_STATUS_NO_MEMORY;
+    }
+}
+
+}  // namespace
+
+Picture render_picture(const PictureSpec &request) {
+    check_request(request);
+    const Palette &palette = request.palette ? *request.palette : *find_palette("ironbow");
+    const auto [lo, hi] = request.range
+                              ? *request.range
+                              : automatic_range(std::span(
+                                    request.celsius, static_cast<size_t>(request.width) * request.height));
+    if (!(static_cast<double>(hi) - lo > 0)) fail("the temperatures are too large to put on a colour scale");
+    const Layout layout = lay_out(request, lo, hi);
+
+    SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, layout.height));
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
+        fail(std::string("cannot create the picture: ") +
+             cairo_status_to_string(cairo_surface_status(surface.get())));
+    CairoPtr cr(cairo_create(surface.get()));
+    set_colour(cr.get(), background);
+    cairo_paint(cr.get());
+    cairo_surface_flush(surface.get());
+
+    paint_false_colour(surface.get(), request, palette, lo, hi, layout);
+    if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
+    draw_overlays(cr.get(), request, layout);
+    draw_caption(cr.get(), request, layout);
+    if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS)
+        fail(std::string("drawing the picture failed: ") + cairo_status_to_string(cairo_status(cr.get())));
+
+    Picture picture;
+    cairo_surface_flush(surface.get());
+    const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_png, &picture.png);
+    if (status != CAIRO_STATUS_SUCCESS)
+        fail(std::string("encoding the picture as PNG failed: ") + cairo_status_to_string(status));
+    picture.width = layout.width;
+    picture.height = layout.height;
+    picture.lo = lo;
+    picture.hi = hi;
+    return picture;
+}
+
+}  // namespace radimo::cli
