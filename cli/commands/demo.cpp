@@ -88,21 +88,28 @@ void run_demo(const DemoOptions &o) {
     say("scene: emissivity %.2f, humidity %.0f %%, air %.1f \u00b0C, reflected %.1f \u00b0C\n\n",
         static_cast<double>(sc.ems), static_cast<double>(sc.hum) * 100, static_cast<double>(sc.ta),
         static_cast<double>(sc.tu));
-    say("%-14s %7s", "object", "true");
-    for (const DemoFrame &f : frames) say("   | vtemp %5u: apparent corrected  error", f.vtemp);
+    say("The sensor's raw response drifts with its own (focal-plane) temperature; the KT/BT correction\n"
+        "holds the apparent reading, and the scene correction recovers the true temperature.\n\n");
+    say("%-13s %6s", "", "true");
+    for (const DemoFrame &f : frames) say("  | focal plane vtemp %-15u", f.vtemp);
+    say("\n%-13s %7s", "object", "\u00b0C");
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        say("  | %8s %8s %9s %5s", "raw NUC", "apparent", "corrected", "error");
     say("\n");
     std::vector<RegionResult> picture_regions;
     for (const demo::SceneObject &obj : scene.objects) {
         const Region rect{Region::Kind::kRect, {obj.x, obj.y}, {obj.w, obj.h}, obj.name};
         nlohmann::ordered_json row = {{"object", obj.name}, {"true_c", obj.celsius}};
-        say("%-14s %7.2f", obj.name.c_str(), static_cast<double>(obj.celsius));
+        say("%-13s %6.2f", obj.name.c_str(), static_cast<double>(obj.celsius));
         for (const DemoFrame &f : frames) {
+            const RegionResult r = measure_region(f.raw, rect, std::nullopt);
             const RegionResult a = measure_region(f.apparent, rect, std::nullopt);
             const RegionResult c = measure_region(f.corrected, rect, alarm);
             const double measured = celsius(c.result.avg_temp);
-            say("   |              %8.2f %9.2f %+6.2f", celsius(a.result.avg_temp), measured,
+            say("  | %8u %8.2f %9.2f %+5.2f", r.result.avg_temp, celsius(a.result.avg_temp), measured,
                 measured - obj.celsius);
             row["frames"].push_back({{"vtemp", f.vtemp},
+                                     {"raw_nuc", r.result.avg_temp},
                                      {"apparent_c", std::round(celsius(a.result.avg_temp) * 1000) / 1000},
                                      {"measured_c", std::round(measured * 1000) / 1000},
                                      {"alarm", alarm_name(*c.alarm)}});

@@ -38,6 +38,17 @@ struct Canvas {
                 if (dx * dx + dy * dy <= 1.0) t[y * Scene::kWidth + x] = value;
             }
     }
+    // An ellipse at `core` inside 60 % of its radius, cooling smoothly to `edge` at its rim.
+    void shade_ellipse(double cx, double cy, double rx, double ry, float core, float edge) {
+        for (int y = std::max(0, int(cy - ry)); y <= std::min(Scene::kHeight - 1, int(cy + ry)); ++y)
+            for (int x = std::max(0, int(cx - rx)); x <= std::min(Scene::kWidth - 1, int(cx + rx)); ++x) {
+                const double dx = (x - cx) / rx, dy = (y - cy) / ry;
+                const double r = std::sqrt(dx * dx + dy * dy);
+                if (r > 1.0) continue;
+                const double f = r < 0.6 ? 0.0 : (r - 0.6) / 0.4;
+                t[y * Scene::kWidth + x] = static_cast<float>(core + (edge - core) * f * f);
+            }
+    }
     void ring(double cx, double cy, double r_out, double r_in, float value) {
         for (int y = int(cy - r_out); y <= int(cy + r_out); ++y)
             for (int x = int(cx - r_out); x <= int(cx + r_out); ++x) {
@@ -123,28 +134,42 @@ Scene demo_scene() {
         const float floor = 20.0f - 1.5f * (y - 430) / 82.0f;
         paint.fill(0, y, Scene::kWidth, y + 1, y >= 430 ? floor : wall);
     }
-    // Window: frame, cold glass, glazing bars.
+    // Window: frame, cold glass, glazing bars; a radiator with its fins below it.
     paint.fill(30, 50, 210, 250, 17.0f);
     paint.fill(40, 60, 200, 240, 9.0f);
     paint.fill(117, 60, 123, 240, 16.0f);
     paint.fill(40, 147, 200, 153, 16.0f);
+    for (int x = 40; x < 190; x += 10) {
+        paint.fill(x, 290, x + 6, 372, 47.0f);
+        paint.fill(x + 6, 290, x + 10, 372, 41.0f);
+    }
+    paint.fill(36, 286, 194, 292, 44.0f);
     // Desk.
     paint.fill(330, 392, 640, 404, 23.0f);
     paint.fill(350, 404, 362, 512, 21.5f);
     paint.fill(610, 404, 622, 512, 21.5f);
-    // Person: shoulders, neck, face, hair, eyes.
-    paint.ellipse(280, 520, 150, 140, 29.0f);
+    // Person: shoulders, neck, face with a warm core and cooler edges, hair, eyes, nose.
+    paint.shade_ellipse(280, 520, 150, 140, 29.5f, 27.0f);
     paint.fill(250, 300, 310, 380, 33.0f);
-    paint.ellipse(280, 230, 72, 92, 34.0f);
-    paint.ellipse(280, 160, 74, 40, 27.0f);
+    paint.shade_ellipse(280, 230, 72, 92, 34.0f, 31.5f);
+    paint.shade_ellipse(280, 160, 74, 40, 27.5f, 25.0f);
     paint.fill(206, 160, 354, 175, 27.0f);
     paint.ellipse(252, 222, 9, 5, 35.5f);
     paint.ellipse(308, 222, 9, 5, 35.5f);
     paint.ellipse(280, 262, 8, 12, 32.5f);
-    // Mug with its handle and the coffee's surface.
+    // Mug with its handle and the coffee's surface, and the warm air rising from it.
     paint.ring(505, 352, 24, 14, 56.0f);
     paint.fill(420, 310, 496, 392, 65.0f);
     paint.ellipse(458, 310, 38, 7, 68.0f);
+    for (int y = 200; y < 303; ++y) {
+        const double rise = (303.0 - y) / 103.0;  // 0 at the coffee, 1 at the top of the plume
+        const double centre = 458.0 + 7.0 * std::sin(y / 11.0) * rise;
+        const double width = 14.0 + 16.0 * rise;
+        for (int x = 420; x < 500; ++x) {
+            const double d = (x - centre) / width;
+            sharp[y * Scene::kWidth + x] += static_cast<float>(9.0 * (1.0 - rise) * std::exp(-d * d));
+        }
+    }
     // Cold can.
     paint.fill(548, 318, 598, 392, 5.0f);
     paint.ellipse(573, 318, 25, 5, 7.0f);
