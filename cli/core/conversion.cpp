@@ -5,6 +5,20 @@
 
 namespace radimo::cli {
 
+namespace {
+
+// An empty frame of the size of `source`, in `unit`.
+Frame frame_like(const Frame &source, Unit unit) {
+    Frame out;
+    out.width = source.width;
+    out.height = source.height;
+    out.unit = unit;
+    out.unit_from_file = true;
+    return out;
+}
+
+}  // namespace
+
 FrameConverter::FrameConverter(ConversionSettings settings) : settings_(settings) {
     if (settings_.scene_correct && (settings_.camera == nullptr || settings_.camera->correct_table.empty()))
         fail_usage("--scene-correct needs a camera (--camera DIR) with a correct_table");
@@ -28,11 +42,7 @@ Frame FrameConverter::apparent(const Frame &raw, const std::string &name) const 
         fail_usage(name + ": a " + std::to_string(raw.width) + "x" + std::to_string(raw.height) +
                    " frame does not fit the camera's " + std::to_string(camera.width) + "x" +
                    std::to_string(camera.height) + " sensor");
-    Frame out;
-    out.width = raw.width;
-    out.height = raw.height;
-    out.unit = Unit::kKelvin16;
-    out.unit_from_file = true;
+    Frame out = frame_like(raw, Unit::kKelvin16);
     out.samples.resize(raw.pixels());
     const ktbt_correct_param_t ktbt = camera.ktbt_param(vtemp_of(raw));
     const uint16_t *table = camera.nuc_table.data();
@@ -54,11 +64,7 @@ Frame FrameConverter::apparent(const Frame &raw, const std::string &name) const 
 
 Frame FrameConverter::corrected(const Frame &kelvin16) const {
     const CameraProfile &camera = *settings_.camera;
-    Frame out;
-    out.width = kelvin16.width;
-    out.height = kelvin16.height;
-    out.unit = Unit::kCelsius;
-    out.unit_from_file = true;
+    Frame out = frame_like(kelvin16, Unit::kCelsius);
     out.celsius.resize(kelvin16.pixels());
     check_library(enhance_distance_raw_temp_correct_lattice(
                       &camera.scene, camera.correct_table.data(), 0, kelvin16.samples.data(),
@@ -81,11 +87,7 @@ Frame FrameConverter::convert(const Frame &frame, Unit unit, const std::string &
     if (settings_.scene_correct) source = corrected(source);
     if (source.unit == unit) return source;
 
-    Frame out;
-    out.width = source.width;
-    out.height = source.height;
-    out.unit = unit;
-    out.unit_from_file = true;
+    Frame out = frame_like(source, unit);
     const std::size_t n = source.pixels();
     const auto celsius_at = [&](std::size_t i) -> double {
         switch (source.unit) {

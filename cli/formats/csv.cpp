@@ -14,15 +14,9 @@ namespace radimo::cli {
 namespace fs = std::filesystem;
 namespace {
 
-class CsvWriter final : public FrameWriter {
+class CsvWriter final : public StreamFrameWriter {
 public:
-    CsvWriter(const fs::path &path, std::string shown) : shown_(std::move(shown)) {
-        file_ = std::fopen(path.c_str(), "w");
-        if (file_ == nullptr) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
-    }
-    ~CsvWriter() override {
-        if (file_ != nullptr) std::fclose(file_);
-    }
+    CsvWriter(const fs::path &path, const std::string &shown) : StreamFrameWriter(path, shown, "w") {}
 
     void write(const Frame &frame) override {
         if (frames_++ > 0) std::fputc('\n', file_);
@@ -38,19 +32,10 @@ public:
             }
             std::fputc('\n', file_);
         }
-        if (std::ferror(file_) != 0) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
-    }
-
-    void close() override {
-        std::FILE *f = file_;
-        file_ = nullptr;
-        if (std::ferror(f) != 0 || std::fclose(f) != 0)
-            fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
+        check_stream();
     }
 
 private:
-    std::string shown_;
-    std::FILE *file_ = nullptr;
     int frames_ = 0;
 };
 

@@ -68,6 +68,26 @@ bool format_holds_many(FileFormat format) {
     return format != FileFormat::kPng;
 }
 
+StreamFrameWriter::StreamFrameWriter(const fs::path &path, std::string shown, const char *mode)
+    : shown_(std::move(shown)), file_(std::fopen(path.c_str(), mode)) {
+    if (file_ == nullptr) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
+}
+
+StreamFrameWriter::~StreamFrameWriter() {
+    if (file_ != nullptr) std::fclose(file_);
+}
+
+void StreamFrameWriter::check_stream() const {
+    if (std::ferror(file_) != 0) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
+}
+
+void StreamFrameWriter::close() {
+    check_stream();
+    std::FILE *f = file_;
+    file_ = nullptr;
+    if (std::fclose(f) != 0) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
+}
+
 std::unique_ptr<FrameWriter> create_frame_writer(FileFormat format, const fs::path &path,
                                                  const std::string &shown) {
     switch (format) {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -48,6 +49,22 @@ public:
     virtual void write(const Frame &frame) = 0;
     // Flushes and closes the file; an error here is an I/O error.
     virtual void close() = 0;
+};
+
+// A writer on a C stream: the file is opened by the constructor, and
+// close() reports a failed write as an I/O error.
+class StreamFrameWriter : public FrameWriter {
+public:
+    void close() override;
+
+protected:
+    StreamFrameWriter(const std::filesystem::path &path, std::string shown, const char *mode);
+    ~StreamFrameWriter() override;
+    // An I/O error naming the file when the stream has failed.
+    void check_stream() const;
+
+    std::string shown_;
+    std::FILE *file_ = nullptr;
 };
 
 // Writes to `path` (normally an AtomicFile's temporary); `shown` names the

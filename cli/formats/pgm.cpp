@@ -99,15 +99,9 @@ private:
     std::size_t read_ = 0;
 };
 
-class PgmWriter final : public FrameWriter {
+class PgmWriter final : public StreamFrameWriter {
 public:
-    PgmWriter(const fs::path &path, std::string shown) : shown_(std::move(shown)) {
-        file_ = std::fopen(path.c_str(), "wb");
-        if (file_ == nullptr) fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
-    }
-    ~PgmWriter() override {
-        if (file_ != nullptr) std::fclose(file_);
-    }
+    PgmWriter(const fs::path &path, const std::string &shown) : StreamFrameWriter(path, shown, "wb") {}
 
     void write(const Frame &frame) override {
         std::fprintf(file_, "P5\n# %s%s\n%d %d\n65535\n", kCommentTag, frame_metadata(frame).c_str(),
@@ -118,21 +112,10 @@ public:
                 const uint16_t v = frame.samples[static_cast<std::size_t>(y) * frame.width + x];
                 row[x] = static_cast<uint16_t>((v >> 8) | (v << 8));
             }
-            if (std::fwrite(row.data(), 2, row.size(), file_) != row.size())
-                fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
+            std::fwrite(row.data(), 2, row.size(), file_);
         }
+        check_stream();
     }
-
-    void close() override {
-        std::FILE *f = file_;
-        file_ = nullptr;
-        if (std::ferror(f) != 0 || std::fclose(f) != 0)
-            fail_io("cannot write " + shown_ + ": " + std::strerror(errno));
-    }
-
-private:
-    std::string shown_;
-    std::FILE *file_ = nullptr;
 };
 
 }  // namespace
