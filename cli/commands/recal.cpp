@@ -112,7 +112,8 @@ void check_ktbt_length(const CameraProfile &camera) {
 }
 
 // A blackbody reference: true temperature, vtemp, and the raw response
-// (a NUC value, or the trimmed 5x5 mean of a raw frame at a position).
+// (a NUC value, or the trimmed 5x5 mean of a raw frame at FILE,X,Y, at
+// --at, or at the frame's centre).
 struct Reference {
     float celsius = 0.0f;
     uint16_t vtemp = 0;
@@ -126,7 +127,16 @@ Reference parse_reference(const std::string &option, const std::string &text, co
     const long vtemp = parse_integers(option, text.substr(c1 + 1, c2 - c1 - 1), 1)[0];
     if (vtemp < 0 || vtemp > 65535) fail_usage(option + " " + text + ": VTEMP must be 0..65535");
     Reference r{static_cast<float>(t), static_cast<uint16_t>(vtemp), 0};
-    const std::string source = text.substr(c2 + 1);
+    std::string source = text.substr(c2 + 1);
+    std::string position = at;  // FILE,X,Y samples that reference at X,Y
+    if (const std::size_t y = source.rfind(','); y != std::string::npos && y > 0) {
+        const std::size_t x = source.rfind(',', y - 1);
+        const std::string xy = x == std::string::npos ? "" : source.substr(x + 1);
+        if (!xy.empty() && xy.find_first_not_of("0123456789,") == std::string::npos) {
+            position = xy;
+            source.erase(x);
+        }
+    }
     if (!source.empty() && source.find_first_not_of("0123456789") == std::string::npos) {
         const long nuc = parse_integers(option, source, 1)[0];
         if (nuc > 16383) fail_usage(option + " " + text + ": a NUC value is 0..16383");
@@ -139,11 +149,12 @@ Reference parse_reference(const std::string &option, const std::string &text, co
     if (frame.unit_from_file && frame.unit != Unit::kNuc)
         fail_usage(source + ": holds " + std::string(unit_name(frame.unit)) + " frames, not raw NUC values");
     point_t p{frame.width / 2, frame.height / 2};
-    if (!at.empty()) {
-        const std::vector<long> xy = parse_integers("--at", at, 2);
+    if (!position.empty()) {
+        const std::vector<long> xy = parse_integers(option, position, 2);
         if (xy[0] < 0 || xy[1] < 0 || xy[0] >= frame.width || xy[1] >= frame.height)
-            fail_usage("--at " + at + ": outside the " + std::to_string(frame.width) + "x" +
-                       std::to_string(frame.height) + " frame of " + source);
+            fail_usage(option + " " + text + ": " + position + " is outside the " +
+                       std::to_string(frame.width) + "x" + std::to_string(frame.height) + " frame of " +
+                       source);
         p = {static_cast<int32_t>(xy[0]), static_cast<int32_t>(xy[1])};
     }
     check_library(get_NUC_value(frame.samples.data(), frame.resolution(), p, &r.raw), "get_NUC_value");
@@ -162,6 +173,11 @@ void run_double_point(const DoublePointOptions &o) {
     check_ktbt_length(camera);
     const Reference high = parse_reference("--high", o.high, o.at);
     const Reference low = parse_reference("--low", o.low, o.at);
+    // Two lines are fitted through the references: they must be two distinct points.
+    if (!(high.celsius > low.celsius)) fail_usage("--high must be hotter than --low");
+    if (high.raw == low.raw)
+        fail_usage("--high and --low have the same raw response (" + std::to_string(high.raw) +
+                   "); sample each blackbody where it is seen");
 
     second_cal_param_t param{camera.scene, camera.second_calib_param()};
     second_calib_param_t &p = param.second_calib_param;
@@ -213,6 +229,11 @@ void run_multi_point(const MultiPointOptions &o) {
     for (const std::string &text : o.points) {
         const std::vector<double> v = parse_numbers("--point", text, 2);
         multi_point_temp_t t{static_cast<float>(v[0]), static_cast<float>(v[1])};
+        // The table is interpolated between the points: each must stand on its own.
+        for (const multi_point_temp_t &other : temps)
+            if (other.output_temp == t.output_temp || other.setting_temp == t.setting_temp)
+                fail_usage("--point " + text +
+                           ": repeats the reading or the true temperature of another point");
         temps.push_back(t);
         multi_point_nuc_t n{};
         check_library(multi_point_calc_user_defined_nuc(&param, o.mode, &arrays, &same, &t, &n),
@@ -263,12 +284,14 @@ void add_recal_command(CLI::App &program, Commands &commands) {
     auto d = std::make_shared<DoublePointOptions>();
     CLI::App *dp = recal->add_subcommand(
         "double-point", "Rewrite the KT/BT arrays from a high and a low blackbody (new kt.bin, bt.bin)");
-    dp->add_option("--high", d->high,
-                   "T,VTEMP,RAW: true degC, focal-plane reading, raw frame file or NUC value")
+    dp->add_option(
+          "--high", d->high,
+          "T,VTEMP,RAW: true degC, focal-plane reading, and a NUC value or a raw frame (FILE or FILE,X,Y)")
         ->required();
     dp->add_option("--low", d->low, "T,VTEMP,RAW of the low blackbody")->required();
     dp->add_option("--at", d->at,
-                   "X,Y where reference frames are sampled (5x5 trimmed mean); default: the centre");
+                   "X,Y where reference frames without their own X,Y are sampled (5x5 trimmed mean); "
+                   "default: the centre");
     add_common(*dp, *d);
     dp->footer(
         example({"radimo recal double-point --camera cam --high 90,9600,hot.tiff --low 30,7200,6140 "
