@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli_fixture.h"
+#include "core/atomic_output.h"
 #include "formats/frame_file.h"
 #include "libradimo.h"
 
@@ -88,6 +89,30 @@ TEST_F(Commands, ConvertMatchesTheLibraryBitForBit) {
                       RADIMO_SUCCESS);
             ASSERT_EQ(celsius[f].celsius[i], expected) << f << " " << i;
         }
+    }
+}
+
+TEST_F(Commands, ConvertWithLongKtbtArraysUsesTheirCorrection) {
+    CameraProfile camera = write_small_camera();
+    camera.kt.resize(3601,
+                     static_cast<uint16_t>(camera.kt.back() + 900));  // entries the short form never reads
+    camera.bt.resize(3601, static_cast<int16_t>(camera.bt.back() - 70));
+    camera.vtemp = 30000;  // an index beyond the 1201 entries of the short arrays
+    {
+        AtomicDirectory dir(path("long"));
+        write_profile(camera, dir);
+        dir.commit();
+    }
+    const Frame raw = raw_frame(16, 12, 9);
+    write_frames("raw.pgm", {raw});
+    ASSERT_EQ(radimo("convert raw.pgm --camera long --to kelvin16 -o k16.tiff").exit_code, 0);
+    const Frame k16 = read_all(path("k16.tiff")).at(0);
+    const ktbt_correct_param_t k = camera.ktbt_param(camera.vtemp);
+    for (std::size_t i = 0; i < raw.pixels(); ++i) {
+        uint16_t nuc = 0, t = 0;
+        ASSERT_EQ(ktbt_correct_process_with_version3(&k, raw.samples[i], &nuc), RADIMO_SUCCESS);
+        ASSERT_EQ(remap_temp(camera.nuc_table.data(), nuc, &t), RADIMO_SUCCESS);
+        ASSERT_EQ(k16.samples[i], t) << i;
     }
 }
 
@@ -222,6 +247,8 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         {"recal double-point --camera camera --high 90,9600,1 --low 30,7200,2 -o camera", 2,
          "must not replace"},
         {"recal multi-point --camera camera --point 40,41 -o x", 2, "at least two"},
+        {"recal double-point --camera camera --high 90,9600,100 --low 30,7200,100 -o x", 2,
+         "same raw response"},
         {"convert raw.tiff --camera camera --to fahrenheit", 2, "expected celsius, kelvin16 or centikelvin"},
         {"frobnicate", 2, ""},
     };
