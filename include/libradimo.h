@@ -485,6 +485,35 @@ RADIMO_API int advanced_ktbt_recal_double_point_calculate_with_version(multi_poi
 /* Double-point recalibration over three temperature ranges, measured on range temp_area. */
 RADIMO_API int advanced_ktbt_recal_double_point_calculate_version3(multi_point_calib_param_t *param,
                                                                    two_point_calib_result_v3_t *result);
+/*
+ * Double-point recalibration after a lens change. The behaviour is this library's own design.
+ *
+ * A new lens keeps the detector, its KT/BT arrays and the NUC table, but changes the response
+ * before KT/BT by a gain and an offset (transmission and the lens's own emission). Two blackbodies
+ * seen through the new lens, given in param->second_calib_param as for the double-point
+ * recalibration (high_vtemp, low_vtemp, actual_*_celsius reported by the camera before any scene
+ * correction, target_*_celsius true), rewrite every KT/BT entry so that the camera with the new
+ * lens reads both blackbodies correctly: target line, actual line, Kc/Bc and Kd/Bd, and the
+ * rewrite of entries 0 .. ktbt_array_len - 1 with the same 16-bit wrapping, but with the NUC
+ * table looked up over nuc_table_len entries, the KT/BT indices from the truncated product of
+ * calculate_ktbt_index_according_vtemp_in_change_lens, and no scene correction of any kind.
+ * The new arrays are then the "new" arrays of multi_point_calc_user_defined_nuc_in_change_lens.
+ *
+ * The record is a second_cal_param_t, the one multi_point_calc_user_defined_nuc_in_change_lens
+ * takes, so that one record serves the whole lens-change chain; its scene block is not read,
+ * and nothing in it is written (there is no correction mode: no target temperature is replaced).
+ * Of multi_point_calib_array, kt_array, bt_array and nuc_table are read; correct_table may be
+ * NULL. result->kt_array and result->bt_array receive ktbt_array_len entries, written only on
+ * success. Returns RADIMO_ERR_PARAM for a NULL record, array or result ("handle is NULL",
+ * "multi_point_calib_array is NULL", "two_point_calib_result is NULL"), a temperature that is not
+ * finite, equal target temperatures, or blackbodies that determine no map (non-finite Kc, Bc, Kd
+ * or Bd); RADIMO_ERR_REVERSE_NUC when a NUC lookup or the removal of KT/BT fails (e.g. a zero gain
+ * or an index outside the arrays); RADIMO_ERR_KTBT_INDEX when the lens-change index fails.
+ * Messages use module "src/sencond_cal".
+ */
+RADIMO_API int new_ktbt_recal_double_point_calculate_in_change_lens(
+    const second_cal_param_t *param, const multi_point_calib_array_t *multi_point_calib_array,
+    two_point_calib_result_t *result);
 
 /* ------------------------------------------------------------------------- */
 /* Radiometric correction                                                    */
@@ -701,6 +730,39 @@ RADIMO_API int multi_point_calc_new_nuc_table_with_version3(uint16_t *nuc_table,
 /* Rebuild dispatcher: takes the table and points from the record; version selects the array layout. */
 RADIMO_API int multi_point_calc_new_nuc_table_with_version(multi_point_calib_param_t *multi_point_param,
                                                            uint32_t version, uint16_t *new_nuc_table);
+/*
+ * Rebuilds a 16384-entry NUC table after a lens change from n >= 3 calibration points. The
+ * behaviour is this library's own design.
+ *
+ * As multi_point_calc_new_nuc_table (half NUC units: the table is indexed by NUC / 2; the same
+ * hot-mode handling, clamping to the old table's range and restoration of the old table), except
+ * that the position map is the least-squares quadratic output = c0 + c1 * setting + c2 * setting^2
+ * through the (setting_nuc, output_nuc) pairs (ordinary_least_squares) instead of piecewise-linear
+ * segments, so that noisy points give a smooth table. The pairs are kept as given (not sorted
+ * column by column) and the caller's points are not modified. new_nuc_table is written only on
+ * success; the old table is as given after every return. Returns RADIMO_ERR_PARAM for a NULL
+ * pointer or a failed allocation; RADIMO_ERR_TABLE_CALC for fewer than three points, a degenerate
+ * fit, a map that does not rise strictly over the whole table (a table the camera could not use)
+ * or a failed interpolation. Messages use module "src/temp_correct".
+ */
+RADIMO_API int multi_point_calc_new_nuc_table_in_change_lens(uint16_t *nuc_table,
+                                                             const multi_point_nuc_t *points, uint32_t num,
+                                                             uint16_t *new_nuc_table);
+/*
+ * Least-squares quadratic y = c0 + c1 * x + c2 * x^2 through n >= 3 points; writes c0, c1, c2 to
+ * coefficients[0..2] on success only. The behaviour is this library's own design.
+ *
+ * Double precision throughout: the curvature of a NUC-range fit is the difference of sums of
+ * x^2 over abscissae up to 16383 (x^4 near 7e16), far beyond float's 24-bit mantissa, and double
+ * keeps the coefficients to float precision for the callers that store the result as float. The
+ * abscissae are centred on their mid-range and scaled to [-1, 1], and the fit is solved with
+ * orthogonal polynomials over the points (never the squared-condition normal equations), then
+ * converted to the power basis. Returns RADIMO_ERR_PARAM with a message for NULL pointers, n < 3,
+ * a value that is not finite, fewer than three distinct abscissae, abscissae too close to two
+ * values to determine the curvature, or coefficients that overflow; no division by zero occurs
+ * and no NaN coefficient is written. Messages use module "src/temp_correct".
+ */
+RADIMO_API int ordinary_least_squares(const double *x, const double *y, uint32_t n, double *coefficients);
 /* Piecewise-linear interpolation at x, extrapolating beyond both ends. */
 RADIMO_API int LinearInterp(const linear_interp_param_t *param, float *out, float x);
 /* Returns 1 when a table falls over its first 8192 entries (hot mode), else 0. */
