@@ -731,8 +731,8 @@ RADIMO_API int multi_point_calc_new_nuc_table_with_version3(uint16_t *nuc_table,
 RADIMO_API int multi_point_calc_new_nuc_table_with_version(multi_point_calib_param_t *multi_point_param,
                                                            uint32_t version, uint16_t *new_nuc_table);
 /*
- * Rebuilds a 16384-entry NUC table after a lens change from n >= 3 calibration points. The
- * behaviour is this library's own design.
+ * Rebuilds a NUC table after a lens change from num >= 3 calibration points (low 16 bits of num);
+ * nuc_table and new_nuc_table hold 16384 entries. The behaviour is this library's own design.
  *
  * As multi_point_calc_new_nuc_table (half NUC units: the table is indexed by NUC / 2; the same
  * hot-mode handling, clamping to the old table's range and restoration of the old table), except
@@ -749,18 +749,20 @@ RADIMO_API int multi_point_calc_new_nuc_table_in_change_lens(uint16_t *nuc_table
                                                              const multi_point_nuc_t *points, uint32_t num,
                                                              uint16_t *new_nuc_table);
 /*
- * Least-squares quadratic y = c0 + c1 * x + c2 * x^2 through n >= 3 points; writes c0, c1, c2 to
- * coefficients[0..2] on success only. The behaviour is this library's own design.
+ * Least-squares quadratic y = c0 + c1 * x + c2 * x^2 through the n >= 3 points (x[i], y[i]), in
+ * any order, repeats allowed; writes c0, c1, c2 to coefficients[0..2], on success only. The
+ * behaviour is this library's own design.
  *
- * Double precision throughout: the curvature of a NUC-range fit is the difference of sums of
- * x^2 over abscissae up to 16383 (x^4 near 7e16), far beyond float's 24-bit mantissa, and double
- * keeps the coefficients to float precision for the callers that store the result as float. The
- * abscissae are centred on their mid-range and scaled to [-1, 1], and the fit is solved with
- * orthogonal polynomials over the points (never the squared-condition normal equations), then
- * converted to the power basis. Returns RADIMO_ERR_PARAM with a message for NULL pointers, n < 3,
- * a value that is not finite, fewer than three distinct abscissae, abscissae too close to two
- * values to determine the curvature, or coefficients that overflow; no division by zero occurs
- * and no NaN coefficient is written. Messages use module "src/temp_correct".
+ * Double precision throughout, inputs and coefficients: over NUC values up to 16383, x^2 reaches
+ * 2.7e8 and the sums that carry the curvature exceed float's 24-bit mantissa many times over, so
+ * a float fit would lose the slight curvature it is there to find; double keeps the coefficients
+ * to float precision for callers that store what they compute from them as float. The abscissae
+ * are centred on their mid-range and scaled to [-1, 1], and the fit is solved with the polynomials
+ * orthogonal over the points (not the normal equations, which square the conditioning), then
+ * converted to powers of x. Returns RADIMO_ERR_PARAM with a message for NULL pointers, n < 3, a
+ * value that is not finite, fewer than three distinct abscissae, abscissae too close to two
+ * values to determine the curvature to float precision, or coefficients that overflow: no
+ * division by zero occurs and no NaN coefficient is written. Messages use "src/temp_correct".
  */
 RADIMO_API int ordinary_least_squares(const double *x, const double *y, uint32_t n, double *coefficients);
 /* Piecewise-linear interpolation at x, extrapolating beyond both ends. */

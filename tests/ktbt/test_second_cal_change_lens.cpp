@@ -63,65 +63,52 @@ TEST_F(LensRecal, RefusalsAndFailureChainsWriteNothing) {
     const std::string driver = "src/sencond_cal/new_ktbt_recal_double_point_calculate_in_change_lens: ";
     const std::string stage1 =
         "src/sencond_cal/calculate_target_sitf_and_offset_before_ktbt_in_change_lens: ";
-    const std::string removal = "src/sencond_cal/reverse_calc_nuc_with_ktbt: ";
-    const std::string lookup = "src/temp_correct/reverse_calc_NUC_with_nuc_t_table_len: ";
+    const std::string stage1_failed =
+        driver + "calculate_target_sitf_and_offset_before_ktbt_in_change_lens failed\n";
     struct Case {
-        void (*spoil)(SecondCalBench &, multi_point_calib_array_t &, two_point_calib_result_t &);
+        void (*spoil)(SecondCalBench &);
         int rc;
         std::vector<std::string> trace;
     };
     const Case cases[] = {
-        {[](SecondCalBench &, multi_point_calib_array_t &a, two_point_calib_result_t &) {
-             a.nuc_table = nullptr;
-         },
-         RADIMO_ERR_PARAM,
-         {driver + "multi_point_calib_array is NULL\n"}},
-        {[](SecondCalBench &, multi_point_calib_array_t &, two_point_calib_result_t &r) {
-             r.bt_array = nullptr;
-         },
-         RADIMO_ERR_PARAM,
-         {driver + "two_point_calib_result is NULL\n"}},
-        {[](SecondCalBench &b, multi_point_calib_array_t &, two_point_calib_result_t &) {
-             b.calib().actual_low_celsius = NAN;
-         },
+        {[](SecondCalBench &b) { b.calib().actual_low_celsius = NAN; },
          RADIMO_ERR_PARAM,
          {driver + "temperature is not finite\n"}},
-        {[](SecondCalBench &b, multi_point_calib_array_t &, two_point_calib_result_t &) {
-             b.calib().target_low_celsius = 90.0f;
-         },
+        {[](SecondCalBench &b) { b.calib().target_low_celsius = 90.0f; },
          RADIMO_ERR_PARAM,
          {driver + "target_high_celsius equals target_low_celsius\n"}},
-        {[](SecondCalBench &b, multi_point_calib_array_t &, two_point_calib_result_t &) {
-             b.calib().actual_low_celsius = 91.0f;  // both blackbodies read alike: no map
-         },
+        {[](SecondCalBench &b) { b.calib().actual_low_celsius = 91.0f; },  // both read alike: no map
          RADIMO_ERR_PARAM,
          {driver + "Kc, Bc, Kd or Bd is invalid\n"}},
-        {[](SecondCalBench &b, multi_point_calib_array_t &, two_point_calib_result_t &) { b.kt[299] = 0; },
+        {[](SecondCalBench &b) { b.kt[299] = 0; },
          RADIMO_ERR_REVERSE_NUC,
-         {removal + "kt_array is invalid\n", stage1 + "reverse_calc_nuc_with_ktbt failed\n",
-          driver + "calculate_target_sitf_and_offset_before_ktbt_in_change_lens failed\n"}},
-        {[](SecondCalBench &b, multi_point_calib_array_t &, two_point_calib_result_t &) {
-             b.calib().nuc_table_len = 100;
-         },
+         {"src/sencond_cal/reverse_calc_nuc_with_ktbt: kt_array is invalid\n",
+          stage1 + "reverse_calc_nuc_with_ktbt failed\n", stage1_failed}},
+        {[](SecondCalBench &b) { b.calib().nuc_table_len = 100; },
          RADIMO_ERR_REVERSE_NUC,
-         {lookup + "nuc_table_len is invalid\n", stage1 + "reverse_calc_nuc_with_nuc_t failed\n",
-          driver + "calculate_target_sitf_and_offset_before_ktbt_in_change_lens failed\n"}},
+         {"src/temp_correct/reverse_calc_NUC_with_nuc_t_table_len: nuc_table_len is invalid\n",
+          stage1 + "reverse_calc_nuc_with_nuc_t failed\n", stage1_failed}},
     };
     for (const Case &c : cases) {
         SecondCalBench b;
-        multi_point_calib_array_t a = b.arrays();
-        two_point_calib_result_t r = b.result();
-        c.spoil(b, a, r);
+        c.spoil(b);
         log.clear();
-        EXPECT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&b.param, &a, &r), c.rc);
+        EXPECT_EQ(run_lens(b), c.rc);
         EXPECT_THAT(log.error_trace(), ElementsAreArray(c.trace));
         EXPECT_TRUE(b.outputs_untouched());
     }
     SecondCalBench b;
     multi_point_calib_array_t a = b.arrays();
+    two_point_calib_result_t r = b.result();
     log.clear();
     EXPECT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&b.param, &a, nullptr), RADIMO_ERR_PARAM);
-    EXPECT_THAT(log.error_trace(), ElementsAre(driver + "handle is NULL\n"));
+    r.bt_array = nullptr;
+    EXPECT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&b.param, &a, &r), RADIMO_ERR_PARAM);
+    a.nuc_table = nullptr;
+    EXPECT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&b.param, &a, &r), RADIMO_ERR_PARAM);
+    EXPECT_THAT(log.error_trace(),
+                ElementsAre(driver + "handle is NULL\n", driver + "two_point_calib_result is NULL\n",
+                            driver + "multi_point_calib_array is NULL\n"));
 }
 
 }  // namespace
