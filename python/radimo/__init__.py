@@ -11,6 +11,10 @@ messages reach RadimoError.
 Every library failure raises radimo.RadimoError (result code, its name, the library's
 messages); invalid arguments are refused before the call with ValueError.
 """
+import ctypes
+
+import numpy as np
+
 from . import _records as records
 from ._lib import CODE_NAMES, RadimoError, lib
 from .correction import (Scene, apply_env_factor, enhanced_distance_correct, env_factor, read_tau,
@@ -28,12 +32,32 @@ from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc,
 # the radimo_frame_* functions; this binding does not define a profile format of its own.
 
 
+#: The library's exported data tables (grids of the tau tables and the emissivity tables) and
+#: their lengths.
+DATA_TABLES = {
+    "dist_table": 64, "dist_table_diff": 63, "new_dist_table": 88, "new_dist_table_diff": 87,
+    "dist_table_v3": 88, "dist_table_diff_v3": 87, "temp_table": 14, "target_temp_table": 56,
+    "target_temp_table_diff": 55, "new_target_temp_table": 42, "new_target_temp_table_diff": 41,
+    "target_temp_table_v3": 45, "target_temp_table_diff_v3": 44, "target_temp_list_of_ems_table_v1": 86,
+    "org_ems_list_of_ems_table_v1": 20, "ems_correct_table_v1": 1720, "target_temp_list_of_ems_table_v2": 81,
+    "org_ems_list_of_ems_table_v2": 100, "ems_correct_table_v2": 8100,
+}
+
+
+def data_table(name):
+    """A copy of one of the library's exported data tables (DATA_TABLES) as a float64 array:
+    distances in m, ambient temperatures in degC, target temperatures in K, emissivities."""
+    if name not in DATA_TABLES:
+        raise ValueError(f"unknown data table {name!r}; known: {', '.join(DATA_TABLES)}")
+    return np.ctypeslib.as_array((ctypes.c_double * DATA_TABLES[name]).in_dll(lib, name)).copy()
+
+
 def version():
     """The library's version string, e.g. "libradimo V2.4.3"."""
     return lib.radimo_version().decode()
 
 
-__all__ = ["records", "CODE_NAMES", "RadimoError", "version", "Scene", "temp_correct", "reverse_temp_correct",
+__all__ = ["records", "DATA_TABLES", "data_table", "CODE_NAMES", "RadimoError", "version", "Scene", "temp_correct", "reverse_temp_correct",
            "enhanced_distance_correct", "reverse_enhanced_distance_correct", "read_tau", "env_factor",
            "apply_env_factor", "remove_env_factor", "PointMeasurement", "AreaMeasurement", "measure_point",
            "measure_line", "measure_rect", "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",

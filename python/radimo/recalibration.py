@@ -41,7 +41,8 @@ def _mode_table(mode, correct_table):
         return mode, env_tau_array(correct_table)
     if mode <= 7:
         return mode, correction_table_array(correct_table)
-    return mode, None
+    # The library insists on a table pointer even in the modes that never read the table.
+    return mode, np.zeros(1, dtype=np.uint16) if correct_table is None else np.asarray(correct_table, np.uint16)
 
 
 def _scene_record(scene):
