@@ -138,7 +138,10 @@ def _printer(fmt, *args):
     text = fmt.decode("utf-8", "replace")
     if _REGISTER_ABI:
         ints = args[:5] + args[5 + _FP_SLOTS:]
-        text = _format(text, ints, args[5:5 + _FP_SLOTS])
+        try:
+            text = _format(text, ints, args[5:5 + _FP_SLOTS])
+        except (StopIteration, ValueError, TypeError, OverflowError):
+            pass  # more arguments than this printer reads: keep the unexpanded format
     lines = getattr(_captured, "lines", None)
     if lines is not None:
         lines.append(_PREFIX.sub(r"\1: ", text).strip())

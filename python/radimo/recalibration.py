@@ -35,8 +35,10 @@ class DoublePointResult:
     low_used: float
 
 
-def _mode_table(mode, correct_table):
+def _mode_table(mode, correct_table, scene):
     mode = int(check_integer("mode", mode, 0, 2**32 - 1))
+    if mode <= 7 and (scene is None or correct_table is None):
+        raise ValueError("correction modes 0-7 need the scene and its correct_table")
     if mode <= 3:
         return mode, env_tau_array(correct_table)
     if mode <= 7:
@@ -46,6 +48,7 @@ def _mode_table(mode, correct_table):
 
 
 def _scene_record(scene):
+    """The scene's record; modes 8 and above never read it, so any valid scene stands in."""
     return (scene or Scene(dist=1.0, ems=1.0, hum=0.5, ta=25.0, tu=25.0)).record()
 
 
@@ -59,7 +62,7 @@ def double_point_recalibration(ktbt, nuc_table, high, low, *, mode=8, scene=None
                                correct_table=None, correct_table_arg=0):
     """Rewrites every KT/BT entry so that the camera reports the true temperatures of two
     blackbodies. scene describes both sources (or the high one when low_scene is given)."""
-    mode, table = _mode_table(mode, correct_table)
+    mode, table = _mode_table(mode, correct_table, scene)
     nuc = check_table("nuc_table", nuc_table, np.uint16, (8192, 16384))
     for source in (high, low):
         check_integer("vtemp", source.vtemp, 0, 0xFFFF)
@@ -86,7 +89,7 @@ def calibration_point_nuc(old, new, nuc_table, output_temp, setting_temp, cur_vt
     """(output_nuc, setting_nuc) of one user calibration point: the NUC value the camera presents
     for an object it reports at output_temp once the new KT/BT arrays are in force, and the NUC
     value that belongs to the temperature the user sets (degC), scene removed by mode."""
-    mode, table = _mode_table(mode, correct_table)
+    mode, table = _mode_table(mode, correct_table, scene)
     nuc = check_table("nuc_table", nuc_table, np.uint16, (8192,))
     check_real("temperature", (output_temp, setting_temp), -273.15)
     calib = old.calib_param(nuc_table_len=nuc.size, cur_vtemp=int(check_integer("cur_vtemp", cur_vtemp, 0,

@@ -90,21 +90,36 @@ def test_corrections_match_the_library(correct_table, env_tau, nuc_table):
                          - nuc) <= 1)
 
 
-def test_recalibration_restores_a_drifted_camera(nuc_table, ktbt):
+@pytest.mark.parametrize("mode", [8, 4])
+def test_recalibration_restores_a_drifted_camera(mode, nuc_table, ktbt, correct_table):
     # A camera whose gains drifted by 2 % reports blackbodies wrongly; two readings fix it.
     drifted = radimo.KtBt(ktbt.K_Temp, ktbt.B_Temp, ktbt.Address_CA,
                           np.round(ktbt.kt * 1.02).astype(np.uint16), ktbt.bt)
+    scene = radimo.Scene(dist=30.0, ems=0.9, hum=0.5, ta=20.0, tu=20.0) if mode == 4 else None
+    table = correct_table if mode == 4 else None
 
-    def reading(camera, true_celsius):
-        raw = ktbt.reverse(radimo.celsius_to_nuc(nuc_table, true_celsius), VTEMP)
+    def apparent_reading(camera, true_celsius):  # what the camera reports before scene correction
+        apparent = radimo.reverse_enhanced_distance_correct(true_celsius, scene, table) if scene else true_celsius
+        raw = ktbt.reverse(radimo.celsius_to_nuc(nuc_table, apparent), VTEMP)
         return float(radimo.nuc_to_celsius(nuc_table, camera.correct(raw, VTEMP)))
 
-    high = radimo.Blackbody(VTEMP, reading(drifted, 80.0), 80.0)
-    low = radimo.Blackbody(VTEMP, reading(drifted, 20.0), 20.0)
-    assert abs(high.reported - 80.0) > 1.0
-    fixed = radimo.double_point_recalibration(drifted, nuc_table, high, low).ktbt
+    def reading(camera, true_celsius):
+        apparent = apparent_reading(camera, true_celsius)
+        return float(radimo.enhanced_distance_correct(apparent, scene, table)) if scene else apparent
+
+    high = radimo.Blackbody(VTEMP, apparent_reading(drifted, 80.0), 80.0)
+    low = radimo.Blackbody(VTEMP, apparent_reading(drifted, 20.0), 20.0)
+    assert abs(reading(drifted, 80.0) - 80.0) > 1.0
+    fixed = radimo.double_point_recalibration(drifted, nuc_table, high, low, mode=mode, scene=scene,
+                                              correct_table=table).ktbt
     assert abs(reading(fixed, 80.0) - 80.0) < 0.3 and abs(reading(fixed, 20.0) - 20.0) < 0.3
-    output_nuc, setting_nuc = radimo.calibration_point_nuc(drifted, fixed, nuc_table, 50.0, 51.0, VTEMP)
+
+
+def test_multi_point_calibration_matches_the_library(nuc_table, ktbt):
+    old = radimo.KtBt(ktbt.K_Temp, ktbt.B_Temp, ktbt.Address_CA, np.round(ktbt.kt * 1.02).astype(np.uint16),
+                      ktbt.bt)
+    output_nuc, setting_nuc = radimo.calibration_point_nuc(old, ktbt, nuc_table, 50.0, 51.0, VTEMP)
+    assert abs(int(output_nuc) - int(radimo.celsius_to_nuc(nuc_table, 50.0))) > 20  # the arrays differ
     assert setting_nuc == radimo.celsius_to_nuc(nuc_table, 51.0)
     long_table = np.repeat(nuc_table, 2)
     points = [(4000, 4000), (9000, 9100), (12000, 12100)]
@@ -112,6 +127,18 @@ def test_recalibration_restores_a_drifted_camera(nuc_table, ktbt):
     c_points, want = (R.multi_point_nuc_t * 3)(*(R.multi_point_nuc_t(*p) for p in points)), np.zeros_like(long_table)
     assert lib.multi_point_calc_new_nuc_table(u16(long_table), c_points, 3, u16(want)) == 0
     assert np.array_equal(rebuilt, want) and not np.array_equal(rebuilt, long_table)
+
+    # KT/BT rebuild from three points whose gains and offsets lie inside the arrays.
+    param = R.multi_point_kt_param_t(mode=0, point_num=2, ref_index=1, table_len=1201, ref_position=600)
+    param.H[:3], param.L[:3], param.fit_x[:3], param.fit_y[:3] = (12000, 11000, 10000), (4000, 3500, 3000), \
+        (100, 200, 300), (1.0, 2.0, 3.0)
+    arrays = radimo.KtBt(0, 0, 0, 12000 + 5 * np.arange(1201), -3000 + 5 * np.arange(1201))
+    c_param, want_kt, want_bt = R.multi_point_kt_param_t.from_buffer_copy(param), np.zeros(1201, np.uint16), \
+        np.zeros(1201, np.int16)
+    assert lib.multi_point_calc_new_kt_bt(byref(c_param), u16(arrays.kt), arrays.bt.ctypes.data_as(POINTER(c_int16)),
+                                          u16(want_kt), want_bt.ctypes.data_as(POINTER(c_int16))) == 0
+    new_kt, new_bt = radimo.new_kt_bt(param, arrays)
+    assert np.array_equal(new_kt, want_kt) and np.array_equal(new_bt, want_bt) and param.Ktemp == 1638
 
 
 def test_library_failures_carry_code_name_and_messages():
