@@ -90,15 +90,16 @@ lib = _load()
 
 # ---- Error printer ----------------------------------------------------------------------------
 
-_CONVERSION = re.compile(r"%([-+ #0]*)(\d+|\*)?(?:\.(\d+|\*))?(hh|h|ll|l|z|j|t|L)?([diouxXeEfFgGcspn%])")
+_CONVERSION = re.compile(r"%([-+ #0]*)(\d+|\*)?(?:\.(\d+|\*))?(hh|h|ll|l|z|j|t|L)?([diouxXeEfFgGcsp%])")
 _PREFIX = re.compile(r"^libradimo error \[[^\]]*/([^\]/]*)\] ")
 _REGISTER_ABI = platform.system() == "Linux" and platform.machine() in ("x86_64", "AMD64")
-_INT_SLOTS = 5 + 4  # five integer registers after the format, then four stack slots
-_FP_SLOTS = 8
+_INT_REGS = 5  # integer registers after the format (rsi, rdx, rcx, r8, r9)
+_FP_REGS = 8  # xmm0 .. xmm7
+_STACK_SLOTS = 4  # further integer arguments, read from the caller's stack
 
 if _REGISTER_ABI:
-    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p, *([c_uint64] * 5), *([c_double] * _FP_SLOTS),
-                                     *([c_uint64] * 4))
+    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p, *([c_uint64] * _INT_REGS), *([c_double] * _FP_REGS),
+                                     *([c_uint64] * _STACK_SLOTS))
 else:
     _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p)
 
@@ -137,10 +138,10 @@ def _format(fmt, ints, doubles):
 def _printer(fmt, *args):
     text = fmt.decode("utf-8", "replace")
     if _REGISTER_ABI:
-        ints = args[:5] + args[5 + _FP_SLOTS:]
+        ints = args[:_INT_REGS] + args[_INT_REGS + _FP_REGS:]
         try:
-            text = _format(text, ints, args[5:5 + _FP_SLOTS])
-        except (StopIteration, ValueError, TypeError, OverflowError):
+            text = _format(text, ints, args[_INT_REGS:_INT_REGS + _FP_REGS])
+        except (StopIteration, RuntimeError, ValueError, TypeError, OverflowError):
             pass  # more arguments than this printer reads: keep the unexpanded format
     lines = getattr(_captured, "lines", None)
     if lines is not None:
