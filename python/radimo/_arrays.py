@@ -53,15 +53,27 @@ def elementwise(function, dtype, *inputs):
     scattering the results gives exactly the per-element results. A 640 x 512 frame of 14-bit
     values needs at most 16384 calls, however many pixels it has. Scalars in give a scalar out.
     """
-    arrays = np.broadcast_arrays(*inputs)
-    shape = arrays[0].shape
-    if len(arrays) == 1:
-        distinct, inverse = np.unique(arrays[0].ravel(), return_inverse=True)
+    inputs = [np.asarray(x) for x in inputs]
+    shape = np.broadcast_shapes(*(x.shape for x in inputs))
+    varying = [i for i, x in enumerate(inputs) if x.size > 1]
+    fixed = [x.reshape(-1)[0].item() if x.size == 1 else None for x in inputs]
+    if not varying:
+        value = np.asarray(function(*fixed), dtype=dtype)
+        return value.item() if shape == () else np.full(shape, value, dtype=dtype)
+    columns = [np.broadcast_to(inputs[i], shape).ravel() for i in varying]
+    if len(columns) == 1:
+        distinct, inverse = np.unique(columns[0], return_inverse=True)
         rows = ((value,) for value in distinct.tolist())
     else:
-        columns = np.stack([a.ravel().astype(np.float64) for a in arrays], axis=1)
-        distinct, inverse = np.unique(columns, axis=0, return_inverse=True)
+        stacked = np.stack([c.astype(np.float64) for c in columns], axis=1)
+        distinct, inverse = np.unique(stacked, axis=0, return_inverse=True)
         rows = (tuple(row) for row in distinct.tolist())
-    results = np.fromiter((function(*row) for row in rows), dtype=dtype, count=len(distinct))
-    out = results[inverse.reshape(-1)].reshape(shape)
-    return out[()].item() if out.ndim == 0 else out
+
+    def evaluate(row):
+        args = list(fixed)
+        for i, value in zip(varying, row):
+            args[i] = value
+        return function(*args)
+
+    results = np.fromiter((evaluate(row) for row in rows), dtype=dtype, count=len(distinct))
+    return results[inverse.reshape(-1)].reshape(shape)

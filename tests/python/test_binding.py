@@ -75,6 +75,9 @@ def test_corrections_match_the_library(correct_table, env_tau, nuc_table):
     want = [c_float_call("temp_correct_with_reflected_temp", 15000, OUT, c_float(0.9), c_float(20), c_float(35),
                          c_float(a)) for a in apparent]
     assert got.tolist() == want
+    grid = radimo.temp_correct(30.0, tau=[15000, 16000], ems=0.9, ta=[[20.0], [25.0]])  # broadcast to 2 x 2
+    assert grid.tolist() == [[c_float_call("temp_correct", q, OUT, c_float(0.9), c_float(a), c_float(30.0))
+                              for q in (15000, 16000)] for a in (20.0, 25.0)]
     assert np.allclose(radimo.reverse_temp_correct(got, tau=15000, ems=0.9, ta=20.0, tu=35.0), apparent,
                        atol=0.01)
     scene = radimo.Scene(dist=20.0, ems=0.95, hum=0.6, ta=25.0, tu=25.0)
