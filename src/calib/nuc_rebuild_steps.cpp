@@ -83,8 +83,12 @@ void NucRebuild::fill(uint32_t from, uint32_t to, float k, float b) {
 
 // The index ramp (entry j = j) is never stored: the interpolation is
 // evaluated at x = j directly.
-void NucRebuild::build_map() {
+void NucRebuild::copy_old_table() {
     for (uint32_t j = 0; j < kRebuildTableLen; ++j) copy_[j] = static_cast<float>(old_[j]);
+}
+
+void NucRebuild::build_map() {
+    copy_old_table();
 
     const uint32_t last = count_ - 1;
     for (uint32_t i = 0; i < last; ++i) {

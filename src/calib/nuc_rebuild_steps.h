@@ -47,6 +47,10 @@ public:
     // Position map from the segments, and the float copy of the old table;
     // frees the slopes and intercepts.
     void build_map();
+    // The float copy of the old table alone, and the position map for a
+    // caller that fills it itself (every entry, ascending) instead of build_map().
+    void copy_old_table();
+    float *position_map() { return map_.get(); }
     // Interpolates every entry of the new table; false when LinearInterp fails.
     bool interpolate(uint16_t *new_table) const;
     // Hot mode: reverses the new table and restores the old one.

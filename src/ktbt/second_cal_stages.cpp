@@ -22,7 +22,28 @@ struct TargetStyle {
     TargetCorrection correction;
     bool table_len_lookup;  // table-length lookup instead of the 8192-entry one
     bool log_apparent;      // log the apparent temperatures after the correction
+    radimo::ktbt::IndexForm index = radimo::ktbt::IndexForm::kRounded;
 };
+
+// The calibration indices of low_vtemp, then high_vtemp, in the given form;
+// a failure is reported under the stage's name with the index function's.
+int calibration_indices(const char *caller, radimo::ktbt::IndexForm form, const second_calib_param_t *p,
+                        int *low_index, int *high_index) {
+    using radimo::ktbt::IndexForm;
+    const auto index_of = [&](uint16_t vtemp, int *index) {
+        return form == IndexForm::kTruncated
+                   ? calculate_ktbt_index_according_vtemp_in_change_lens(vtemp, p, index)
+                   : radimo::ktbt::calculate_ktbt_index_according_vtemp(vtemp, p, index);
+    };
+    if (index_of(p->low_vtemp, low_index) == RADIMO_SUCCESS &&
+        index_of(p->high_vtemp, high_index) == RADIMO_SUCCESS)
+        return RADIMO_SUCCESS;
+    if (form == IndexForm::kTruncated)
+        RADIMO_ERROR_FOR(caller, "calculate_ktbt_index_according_vtemp_in_change_lens failed\n");
+    else
+        RADIMO_ERROR_FOR(caller, "calculate_ktbt_index_according_vtemp failed\n");
+    return RADIMO_ERR_KTBT_INDEX;
+}
 
 int target_nuc(const TargetStyle &style, const second_calib_param_t &p, const uint16_t *nuc_table, float temp,
                uint16_t *nuc) {
@@ -98,11 +119,8 @@ int target_line(const char *caller, const TargetStyle &style, second_calib_param
 
     int low_index = 0;
     int high_index = 0;
-    if (calculate_ktbt_index_according_vtemp(p->low_vtemp, p, &low_index) != RADIMO_SUCCESS ||
-        calculate_ktbt_index_according_vtemp(p->high_vtemp, p, &high_index) != RADIMO_SUCCESS) {
-        RADIMO_ERROR_FOR(caller, "calculate_ktbt_index_according_vtemp failed\n");
-        return RADIMO_ERR_KTBT_INDEX;
-    }
+    const int index_rc = calibration_indices(caller, style.index, p, &low_index, &high_index);
+    if (index_rc != RADIMO_SUCCESS) return index_rc;
     uint16_t low_before_ktbt = 0;
     uint16_t high_before_ktbt = 0;
     if (reverse_calc_nuc_with_ktbt(*p, nuc_low, low_index, kt_array, bt_array, &low_before_ktbt) !=
@@ -206,44 +224,52 @@ int calculate_target_sitf_and_offset_before_ktbt_with_version3(
                        correct_table_arg, before_nuct, before_ktbt);
 }
 
-int calculate_actual_sitf_and_offset_before_ktbt(const second_calib_param_t *p, const uint16_t *kt_array,
-                                                 const int16_t *bt_array, const uint16_t *nuc_table,
-                                                 second_cal_temp_param_t *actual) {
+int calculate_target_sitf_and_offset_before_ktbt_in_change_lens(
+    second_calib_param_t *p, const uint16_t *kt_array, const int16_t *bt_array, const uint16_t *nuc_table,
+    second_cal_temp_param_t *before_nuct, second_cal_temp_param_t *before_ktbt) {
+    const TargetStyle style{TargetCorrection::kNone, true, false, IndexForm::kTruncated};
+    return target_line(__func__, style, p, nullptr, nullptr, kt_array, bt_array, nuc_table, nullptr, 0,
+                       before_nuct, before_ktbt);
+}
+
+namespace {
+
+// Stage 2, shared by its two index forms; lines are reported under the
+// variant's name (`caller`).
+int actual_line(const char *caller, IndexForm form, const second_calib_param_t *p, const uint16_t *kt_array,
+                const int16_t *bt_array, const uint16_t *nuc_table, second_cal_temp_param_t *actual) {
     // No scene correction on this side, whatever the mode: the reported
     // temperatures are the camera's apparent readings.
     uint16_t nuc_high = 0;
     uint16_t nuc_low = 0;
     if (reverse_calc_NUC_with_nuc_t_table_len(nuc_table, p->nuc_table_len, &nuc_high,
                                               p->actual_high_celsius) != RADIMO_SUCCESS) {
-        RADIMO_ERROR("reverse_calc_NUC_with_nuc_t failed\n");
+        RADIMO_ERROR_FOR(caller, "reverse_calc_NUC_with_nuc_t failed\n");
         return RADIMO_ERR_REVERSE_NUC;
     }
     if (reverse_calc_NUC_with_nuc_t_table_len(nuc_table, p->nuc_table_len, &nuc_low, p->actual_low_celsius) !=
         RADIMO_SUCCESS) {
-        RADIMO_ERROR("reverse_calc_NUC_with_nuc_t failed\n");
+        RADIMO_ERROR_FOR(caller, "reverse_calc_NUC_with_nuc_t failed\n");
         return RADIMO_ERR_REVERSE_NUC;
     }
     int low_index = 0;
     int high_index = 0;
-    if (calculate_ktbt_index_according_vtemp(p->low_vtemp, p, &low_index) != RADIMO_SUCCESS ||
-        calculate_ktbt_index_according_vtemp(p->high_vtemp, p, &high_index) != RADIMO_SUCCESS) {
-        RADIMO_ERROR("calculate_ktbt_index_according_vtemp failed\n");
-        return RADIMO_ERR_KTBT_INDEX;
-    }
+    const int index_rc = calibration_indices(caller, form, p, &low_index, &high_index);
+    if (index_rc != RADIMO_SUCCESS) return index_rc;
     uint16_t low_before_ktbt = 0;
     uint16_t high_before_ktbt = 0;
     if (reverse_calc_nuc_with_ktbt(*p, nuc_low, low_index, kt_array, bt_array, &low_before_ktbt) !=
         RADIMO_SUCCESS) {
-        RADIMO_ERROR("reverse_calc_nuc_with_ktbt failed\n");
+        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
         return RADIMO_ERR_REVERSE_NUC;
     }
-    RADIMO_DEBUG("object_nuc_low_before_ktbt=%d\n", low_before_ktbt);
+    RADIMO_DEBUG_FOR(caller, "object_nuc_low_before_ktbt=%d\n", low_before_ktbt);
     if (reverse_calc_nuc_with_ktbt(*p, nuc_high, high_index, kt_array, bt_array, &high_before_ktbt) !=
         RADIMO_SUCCESS) {
-        RADIMO_ERROR("reverse_calc_nuc_with_ktbt failed\n");
+        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
         return RADIMO_ERR_REVERSE_NUC;
     }
-    RADIMO_DEBUG("object_nuc_high_before_ktbt=%d\n", high_before_ktbt);
+    RADIMO_DEBUG_FOR(caller, "object_nuc_high_before_ktbt=%d\n", high_before_ktbt);
     // The actual responses are paired with the target temperatures on
     // purpose: both lines then share one temperature axis.
     calculate_sitf_and_offset(high_before_ktbt, low_before_ktbt, p->target_high_celsius,
@@ -251,6 +277,22 @@ int calculate_actual_sitf_and_offset_before_ktbt(const second_calib_param_t *p, 
     actual->high_ktbt_index = high_index;
     actual->low_ktbt_index = low_index;
     return RADIMO_SUCCESS;
+}
+
+}  // namespace
+
+int calculate_actual_sitf_and_offset_before_ktbt(const second_calib_param_t *p, const uint16_t *kt_array,
+                                                 const int16_t *bt_array, const uint16_t *nuc_table,
+                                                 second_cal_temp_param_t *actual) {
+    return actual_line(__func__, IndexForm::kRounded, p, kt_array, bt_array, nuc_table, actual);
+}
+
+int calculate_actual_sitf_and_offset_before_ktbt_in_change_lens(const second_calib_param_t *p,
+                                                                const uint16_t *kt_array,
+                                                                const int16_t *bt_array,
+                                                                const uint16_t *nuc_table,
+                                                                second_cal_temp_param_t *actual) {
+    return actual_line(__func__, IndexForm::kTruncated, p, kt_array, bt_array, nuc_table, actual);
 }
 
 Coefficients double_point_coefficients(const second_cal_temp_param_t &target, float before_nuct_sitf,

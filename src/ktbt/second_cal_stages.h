@@ -39,6 +39,12 @@ constexpr TargetCorrection correction_of_mode(uint32_t correct_mode) {
                                : TargetCorrection::kNone;
 }
 
+// How a stage finds the KT/BT indices of the two calibration readings.
+enum class IndexForm {
+    kRounded,    // the rounded Q14 product (calculate_ktbt_index_according_vtemp)
+    kTruncated,  // the truncated product of the lens-change path
+};
+
 // Number of entries the caller's input arrays are taken to hold: the
 // ktbt_array_len entries the rewrite covers, or, for a record that asks for
 // the coefficients only (ktbt_array_len 0), the ktbt_index_len entries the
@@ -87,11 +93,23 @@ int calculate_target_sitf_and_offset_before_ktbt_with_version3(
     const uint16_t *correct_table, uint32_t correct_table_arg, second_cal_temp_param_t *before_nuct,
     second_cal_temp_param_t *before_ktbt);
 
+// Stage 1 after a lens change: no scene correction, table-length lookup, the
+// truncated index product. The record is not written.
+int calculate_target_sitf_and_offset_before_ktbt_in_change_lens(
+    second_calib_param_t *p, const uint16_t *kt_array, const int16_t *bt_array, const uint16_t *nuc_table,
+    second_cal_temp_param_t *before_nuct, second_cal_temp_param_t *before_ktbt);
+
 // Stage 2: the reported temperatures through the table-length lookup, KT/BT
 // removed, fitted against the (possibly overwritten) target temperatures.
 int calculate_actual_sitf_and_offset_before_ktbt(const second_calib_param_t *p, const uint16_t *kt_array,
                                                  const int16_t *bt_array, const uint16_t *nuc_table,
                                                  second_cal_temp_param_t *actual);
+// Stage 2 with the truncated index product of the lens-change path.
+int calculate_actual_sitf_and_offset_before_ktbt_in_change_lens(const second_calib_param_t *p,
+                                                                const uint16_t *kt_array,
+                                                                const int16_t *bt_array,
+                                                                const uint16_t *nuc_table,
+                                                                second_cal_temp_param_t *actual);
 
 // Stage 3 without its lines: the coefficients and the intermediate line of
 // the current arrays at the two calibration points. The indices of `target`

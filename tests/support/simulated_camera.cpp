@@ -118,7 +118,9 @@ uint16_t SimulatedCamera::raw_of(float celsius, uint16_t vtemp, const env_correc
     const second_calib_param_t p = calib_param();
     const int index =
         std::clamp(((vtemp * p.K_Temp + 8192) >> 14) + p.B_Temp - p.Address_CA - 1, 0, kEntries - 1);
-    const double raw = (nuc - bt_true[index]) * 16384.0 / kt_true[index];
+    const double bare = (nuc - bt_true[index]) * 16384.0 / kt_true[index];
+    const double raw = lens_.transmission * bare + lens_.offset +
+                       lens_.curvature * (bare - 8192.0) * (bare - 8192.0) / 8192.0;
     return static_cast<uint16_t>(std::clamp(std::lround(raw), 0L, 65535L));
 }
 

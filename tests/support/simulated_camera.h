@@ -32,7 +32,8 @@
 //
 // A camera whose held arrays equal the true ones reads every blackbody
 // within a table step or two; drift() perturbs the held arrays as a camera
-// ages, and install() puts recalibrated arrays or a new NUC table in place.
+// ages, change_lens() puts a lens of other optics in front of the sensor,
+// and install() puts recalibrated arrays or a new NUC table in place.
 #pragma once
 
 #include <cstdint>
@@ -66,6 +67,14 @@ public:
     // A camera that has aged: held gains scaled by (1 + gain_error), held
     // offsets moved by offset_error NUC.
     void drift(double gain_error, int offset_error);
+    // A lens of other optics: the raw response R becomes
+    //   transmission * R + offset + curvature * (R - 8192)^2 / 8192.
+    struct Lens {
+        double transmission = 1.0;
+        double offset = 0.0;
+        double curvature = 0.0;
+    };
+    void change_lens(const Lens &lens) { lens_ = lens; }
     void install(const std::vector<uint16_t> &new_kt, const std::vector<int16_t> &new_bt);
     void install_nuc_table(const uint16_t *table);  // 8192 entries
 
@@ -92,6 +101,7 @@ public:
     std::vector<int16_t> bt;
 
 private:
+    Lens lens_;
     env_factor_t env_factor(const env_correct_param_t &scene, const std::vector<uint16_t> &table) const;
     uint16_t ideal_nuc(float apparent_celsius) const;
 };

@@ -1,0 +1,135 @@
+"""NUC tables and the KT/BT drift correction.
+
+NUC value: the sensor response, 0..16383. NUC table: temperatures in 1/16 K
+indexed by NUC value / 2 (8192 entries) or by the NUC value (16384 entries).
+KT/BT: per focal-plane-temperature gain (Q14) and offset arrays, selected by
+the index computed from the focal-plane reading vtemp.
+"""
+from ctypes import byref, c_float, c_int16, c_uint16
+from dataclasses import dataclass, field
+
+import numpy as np
+
+from . import _records as R
+from ._arrays import check_integer, check_real, check_table, elementwise, pointer
+from ._lib import call
+
+TABLE_LENGTHS = (8192, 16384)
+KTBT_LENGTHS = (1201, 3601)
+
+
+def nuc_table_array(table):
+    """A NUC table as a C-contiguous uint16 array of 8192 or 16384 entries."""
+    return check_table("nuc_table", table, np.uint16, TABLE_LENGTHS)
+
+
+def generate_nuc_table(c0, c1, c2, gain="high"):
+    """8192-entry NUC table of the quadratic factor NUC(T) = c0 + (c2 T^2 + c1 T) / 2^20, T in K.
+
+    gain "high" covers 253 K .. 423 K, "low" 273 K .. 823 K.
+    """
+    functions = {"high": "generate_high_gain_nuc_t", "low": "generate_low_gain_nuc_t"}
+    if gain not in functions:
+        raise ValueError('gain must be "high" or "low"')
+    c0, c1, c2 = (int(v) for v in check_integer("nuc factor", (c0, c1, c2), -2**31, 2**31 - 1))
+    table = np.zeros(8192, dtype=np.uint16)
+    call(functions[gain], byref(R.nuc_factor_t(c0, c1, c2)), pointer(table, c_uint16))
+    return table
+
+
+def nuc_to_celsius(nuc_table, nuc):
+    """Temperature (degC, float32) of NUC values 0..16383 looked up in a table."""
+    table = nuc_table_array(nuc_table)
+    nuc = check_integer("nuc", nuc, 0, 16383)
+    table_ptr, out = pointer(table, c_uint16), c_float()
+
+    def one(value):
+        call("calc_temperature_with_nuc_t_table_len", table_ptr, value, table.size, byref(out))
+        return out.value
+
+    return elementwise(one, np.float32, nuc)
+
+
+def celsius_to_nuc(nuc_table, celsius):
+    """NUC value of the table entry nearest to each temperature (degC), clamped into the table."""
+    table = nuc_table_array(nuc_table)
+    celsius = check_real("celsius", celsius, -273.15)
+    table_ptr, out = pointer(table, c_uint16), c_uint16()
+
+    def one(value):
+        call("reverse_calc_NUC_with_nuc_t_table_len", table_ptr, table.size, byref(out), value)
+        return out.value
+
+    return elementwise(one, np.uint16, celsius)
+
+
+@dataclass
+class KtBt:
+    """The focal-plane drift correction of a camera.
+
+    T_FPA = ((vtemp * K_Temp + 8192) >> 14) + B_Temp and index = T_FPA - Address_CA - 1,
+    clamped to the arrays; kt (Q14 gains) and bt (NUC offsets) hold 1201 entries.
+    """
+    K_Temp: int
+    B_Temp: int
+    Address_CA: int
+    kt: np.ndarray = field(repr=False)
+    bt: np.ndarray = field(repr=False)
+
+    def __post_init__(self):
+        self.K_Temp = int(check_integer("K_Temp", self.K_Temp, -2**15, 2**15 - 1))
+        self.B_Temp = int(check_integer("B_Temp", self.B_Temp, -2**15, 2**15 - 1))
+        self.Address_CA = int(check_integer("Address_CA", self.Address_CA, 0, 0xFFFF))
+        self.kt = check_table("kt", self.kt, np.uint16, (1201,))
+        self.bt = check_table("bt", self.bt, np.int16, (1201,))
+
+    def _record(self, vtemp):
+        return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, pointer(self.kt, c_uint16),
+                                      pointer(self.bt, c_int16), vtemp)
+
+    def calib_param(self, **fields):
+        """second_calib_param_t with this mapping and the arrays' length, plus the given fields."""
+        n = self.kt.size
+        return R.second_calib_param_t(K_Temp=self.K_Temp, B_Temp=self.B_Temp, Address_CA=self.Address_CA,
+                                      ktbt_array_len=n, ktbt_index_len=n, **fields)
+
+    def correct(self, raw, vtemp):
+        """Corrected NUC values (uint16, 0..16383) of raw responses at a focal-plane reading."""
+        record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))
+        out = c_uint16()
+
+        def one(value):
+            call("ktbt_correct_process", byref(record), value, byref(out))
+            return out.value
+
+        return elementwise(one, np.uint16, check_integer("raw", raw, 0, 0xFFFF))
+
+    def reverse(self, nuc, vtemp):
+        """Raw responses that the correction maps onto the given NUC values."""
+        vtemp = int(check_integer("vtemp", vtemp, 0, 0xFFFF))
+        param = self.calib_param()
+        kt, bt, out = pointer(self.kt, c_uint16), pointer(self.bt, c_int16), c_uint16()
+
+        def one(value):
+            call("reverse_ktbt_correct", byref(param), kt, bt, None, vtemp, value, byref(out))
+            return out.value
+
+        return elementwise(one, np.uint16, check_integer("nuc", nuc, 0, 16383))
+
+    def temperature(self, nuc_table, raw, vtemp):
+        """Temperatures in 1/16 K (uint16) of raw responses: correction, then the NUC table.
+
+        Per pixel this is temp_measure_with_NUC_value; degC = value / 16 - 273.15.
+        """
+        table = check_table("nuc_table", nuc_table, np.uint16, (8192,))
+        record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))
+        table_ptr, out = pointer(table, c_uint16), c_uint16()
+
+        def one(value):
+            call("temp_measure_with_NUC_value", byref(record), table_ptr, value, byref(out))
+            return out.value
+
+        return elementwise(one, np.uint16, check_integer("raw", raw, 0, 0xFFFF))
+
+
+__all__ = ["generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc", "KtBt"]

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the built library into a fresh prefix and builds two C consumers
+# against it, one through the CMake package and one through pkg-config, then
+# runs both.
+#   install_and_consume.sh <build dir> <this source dir> <work dir> <C compiler>
+set -euo pipefail
+build=$1 here=$2 work=$3 cc=$4
+
+rm -rf "$work"
+prefix=$work/prefix
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+# Only the one public header is installed.
+headers=$(cd "$prefix/include" && find . -type f)
+[ "$headers" = "./libradimo.h" ] || { echo "installed headers: $headers"; exit 1; }
+
+# CMake: find_package(radimo CONFIG) -> radimo::radimo.
+cmake -S "$here/cmake_consumer" -B "$work/cmake_consumer" -DCMAKE_C_COMPILER="$cc" \
+      -DCMAKE_PREFIX_PATH="$prefix" -DCONSUMER_SOURCE="$here/consumer.c" >/dev/null
+cmake --build "$work/cmake_consumer" >/dev/null
+"$work/cmake_consumer/consumer"
+
+# pkg-config: cc $(pkg-config --cflags --libs radimo), with the library
+# directory recorded as the run path because the prefix is not a system one.
+pc_dir=$(dirname "$(find "$prefix" -name radimo.pc)")
+export PKG_CONFIG_PATH=$pc_dir
+[ "$(pkg-config --modversion radimo)" = "$(sed -n 's/^Version: //p' "$pc_dir/radimo.pc")" ]
+libdir=$(pkg-config --variable=libdir radimo)
+# shellcheck disable=SC2046
+"$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$here/consumer.c" \
+      $(pkg-config --cflags --libs radimo) -lm -Wl,-rpath,"$libdir"
+"$work/pc_consumer"
