@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include <immintrin.h>
+
 #include "core/message.h"
 #include "core/simd_target.h"
 #include "core/units.h"
@@ -82,59 +84,65 @@ inline bool matches(float target, uint32_t entry) {
     return std::fabs(static_cast<double>(target - static_cast<float>(entry))) < 0.0001;
 }
 
-// First index j in from .. len - 1 with (table[j] ^ flip) < bound, or len.
-// With flip 0 it finds the first entry below `bound`; with flip 0xFFFF the
-// first one above 0xFFFF ^ bound (the flip reverses the unsigned order).
-RADIMO_NO_AUTOVEC uint32_t first_off_side_scalar(const uint16_t *table, uint32_t from, uint32_t len,
-                                                 uint16_t flip, uint16_t bound) {
+// First index j in from .. len - 1 whose entry leaves a side of the target,
+// or len: below `bound` (kAbove false: the entries were at or above it), or
+// above `bound` (kAbove true: they were at or below it). A vector lane leaves
+// the side where the unsigned saturating difference is non-zero.
+template <bool kAbove>
+inline bool leaves(uint16_t entry, uint16_t bound) {
+    return kAbove ? entry > bound : entry < bound;
+}
+
+template <bool kAbove>
+RADIMO_NO_AUTOVEC uint32_t first_leaving_scalar(const uint16_t *table, uint32_t from, uint32_t len,
+                                                uint16_t bound) {
     RADIMO_SCALAR_LOOP
     for (uint32_t j = from; j < len; ++j)
-        if (static_cast<uint16_t>(table[j] ^ flip) < bound) return j;
+        if (leaves<kAbove>(table[j], bound)) return j;
     return len;
 }
 
-// Sixty-four entries per step: four 16-lane compares, one test of their union.
-typedef uint16_t U16x16 __attribute__((vector_size(32)));
-typedef int16_t M16x16 __attribute__((vector_size(32)));
-constexpr uint32_t kStep = 64;
-
-// Vectors are kept in locals (never passed by value: no ABI change between targets).
-#define RADIMO_OFF_SIDE(p)                 \
-    ({                                     \
-        U16x16 v_;                         \
-        std::memcpy(&v_, (p), sizeof v_);  \
-        static_cast<M16x16>((v_ ^ f) < b); \
-    })
-
-inline __attribute__((always_inline)) uint32_t first_off_side_vector(const uint16_t *table, uint32_t from,
-                                                                     uint32_t len, uint16_t flip,
-                                                                     uint16_t bound) {
-    const U16x16 f = flip - U16x16{};
-    const U16x16 b = bound - U16x16{};
+template <bool kAbove>
+uint32_t first_leaving_sse2(const uint16_t *table, uint32_t from, uint32_t len, uint16_t bound) {
+    const __m128i b = _mm_set1_epi16(static_cast<int16_t>(bound));
+    const __m128i zero = _mm_setzero_si128();
     uint32_t j = from;
-    for (; j + kStep <= len; j += kStep) {
-        const M16x16 m = RADIMO_OFF_SIDE(table + j) | RADIMO_OFF_SIDE(table + j + 16) |
-                         RADIMO_OFF_SIDE(table + j + 32) | RADIMO_OFF_SIDE(table + j + 48);
-        uint64_t words[4];
-        std::memcpy(words, &m, sizeof words);
-        if ((words[0] | words[1] | words[2] | words[3]) != 0) break;
+    for (; j + 32 <= len; j += 32) {
+        __m128i any = zero;
+        for (uint32_t k = 0; k < 32; k += 8) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(table + j + k));
+            any = _mm_or_si128(any, kAbove ? _mm_subs_epu16(v, b) : _mm_subs_epu16(b, v));
+        }
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(any, zero)) != 0xFFFF) break;
     }
     for (; j < len; ++j)
-        if (static_cast<uint16_t>(table[j] ^ flip) < bound) return j;
+        if (leaves<kAbove>(table[j], bound)) return j;
     return len;
 }
 
-uint32_t first_off_side_sse2(const uint16_t *table, uint32_t from, uint32_t len, uint16_t flip,
-                             uint16_t bound) {
-    return first_off_side_vector(table, from, len, flip, bound);
+template <bool kAbove>
+RADIMO_TARGET_AVX2 uint32_t first_leaving_avx2(const uint16_t *table, uint32_t from, uint32_t len,
+                                               uint16_t bound) {
+    const __m256i b = _mm256_set1_epi16(static_cast<int16_t>(bound));
+    uint32_t j = from;
+#define RADIMO_LEAVING(k)                                                                                  \
+    (kAbove ? _mm256_subs_epu16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k))), b) \
+            : _mm256_subs_epu16(b, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k)))))
+    for (; j + 128 <= len; j += 128) {
+        const __m256i any =
+            _mm256_or_si256(_mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(0), RADIMO_LEAVING(16)),
+                                            _mm256_or_si256(RADIMO_LEAVING(32), RADIMO_LEAVING(48))),
+                            _mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(64), RADIMO_LEAVING(80)),
+                                            _mm256_or_si256(RADIMO_LEAVING(96), RADIMO_LEAVING(112))));
+        if (!_mm256_testz_si256(any, any)) break;
+    }
+#undef RADIMO_LEAVING
+    for (; j < len; ++j)
+        if (leaves<kAbove>(table[j], bound)) return j;
+    return len;
 }
 
-RADIMO_TARGET_AVX2 uint32_t first_off_side_avx2(const uint16_t *table, uint32_t from, uint32_t len,
-                                                uint16_t flip, uint16_t bound) {
-    return first_off_side_vector(table, from, len, flip, bound);
-}
-
-using OffSideFn = uint32_t (*)(const uint16_t *, uint32_t, uint32_t, uint16_t, uint16_t);
+using LeavingFn = uint32_t (*)(const uint16_t *, uint32_t, uint32_t, uint16_t);
 
 // First stop of the literal scan over a table of len >= 2 entries.
 //
@@ -154,8 +162,10 @@ Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
     Stop stop;
     // A NaN target compares false everywhere: the literal scan never stops.
     if (std::isnan(target)) return stop;
-    static const OffSideFn first_off_side =
-        radimo::simd::pick<OffSideFn>(first_off_side_scalar, first_off_side_sse2, first_off_side_avx2);
+    static const LeavingFn first_below = radimo::simd::pick<LeavingFn>(
+        first_leaving_scalar<false>, first_leaving_sse2<false>, first_leaving_avx2<false>);
+    static const LeavingFn first_above = radimo::simd::pick<LeavingFn>(
+        first_leaving_scalar<true>, first_leaving_sse2<true>, first_leaving_avx2<true>);
     // The clamped target lies within a unit or two of 0 .. 65535.
     int64_t above = static_cast<int64_t>(std::floor(static_cast<double>(target))) + 1;
     while (matches(target, static_cast<uint32_t>(above))) ++above;
@@ -170,9 +180,9 @@ Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
         const int64_t e = table[i];
         uint32_t j = i + 1;
         if (e >= above)
-            j = first_off_side(table, i + 1, len, 0, static_cast<uint16_t>(above));
+            j = first_below(table, i + 1, len, static_cast<uint16_t>(above));
         else if (e <= below)
-            j = first_off_side(table, i + 1, len, 0xFFFF, static_cast<uint16_t>(0xFFFF ^ below));
+            j = first_above(table, i + 1, len, static_cast<uint16_t>(below));
         if (j == len) return stop;  // no entry leaves the side: no stop
         i = j - 1 > i ? j - 1 : i + 1;
     }
