@@ -10,7 +10,7 @@
 // bench/report divides by it.
 #include <benchmark/benchmark.h>
 
-#include <barrier>
+#include <atomic>
 #include <cstring>
 #include <random>
 #include <string>
@@ -149,19 +149,25 @@ void temp_measure(benchmark::State &state, Size s, int variant) {
     const auto raw = scene_frame(s, 6000, 3000);
     std::vector<uint16_t> out(s.pixels());
     const uint32_t half = s.h / 2;
-    std::barrier sync(2);
-    bool done = false;
+    // The second band runs on a worker that waits on a generation counter,
+    // yielding (no sleeping wake-ups inside the timed loop).
+    std::atomic<int> generation{0}, finished{0};
+    std::atomic<bool> stop{false};
     std::thread worker;
     if (variant == 2)
         worker = std::thread([&] {
-            for (;;) {
-                sync.arrive_and_wait();
-                if (done) return;
+            for (int seen = 0;;) {
+                while (generation.load(std::memory_order_acquire) == seen) {
+                    if (stop.load(std::memory_order_relaxed)) return;
+                    std::this_thread::yield();
+                }
+                seen = generation.load(std::memory_order_acquire);
                 radimo_frame_temp_measure(&cam.param, 1201, cam.table.data(), 8192, raw.data(),
                                           s.resolution(), half, s.h - half, out.data());
-                sync.arrive_and_wait();
+                finished.fetch_add(1, std::memory_order_release);
             }
         });
+    int rounds = 0;
     for (auto _ : state) {
         if (variant == 0)
             radimo_frame_temp_measure(&cam.param, 1201, cam.table.data(), 8192, raw.data(), s.resolution(), 0,
@@ -170,16 +176,16 @@ void temp_measure(benchmark::State &state, Size s, int variant) {
             for (size_t i = 0; i < s.pixels(); ++i)
                 temp_measure_with_NUC_value(&cam.param, cam.table.data(), raw[i], &out[i]);
         if (variant == 2) {
-            sync.arrive_and_wait();
+            generation.fetch_add(1, std::memory_order_release);
             radimo_frame_temp_measure(&cam.param, 1201, cam.table.data(), 8192, raw.data(), s.resolution(), 0,
                                       half, out.data());
-            sync.arrive_and_wait();
+            ++rounds;
+            while (finished.load(std::memory_order_acquire) != rounds) std::this_thread::yield();
         }
         benchmark::ClobberMemory();
     }
     if (variant == 2) {
-        done = true;
-        sync.arrive_and_wait();
+        stop = true;
         worker.join();
     }
     finish(state, s.pixels());

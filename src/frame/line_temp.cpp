@@ -13,6 +13,7 @@
 #include "core/message.h"
 #include "frame/frame_geometry.h"
 #include "frame/sample_stats.h"
+#include "frame/square_means.h"
 #include "frame/trimmed_mean.h"
 #include "libradimo.h"
 
@@ -109,9 +110,9 @@ int get_horz_line_temp(const uint16_t *frame, uint32_t resolution, point_t start
     SampleStats stats(*out);
     const Geometry g = radimo::frame::decode(resolution);
     if (frame != nullptr && run_inside(begin.y, 1, g.height_s16) && run_inside(begin.x, n, g.width_s16)) {
-        const uint16_t *row = frame + static_cast<uint32_t>(begin.y) * g.width;
-        for (int32_t x = begin.x; x <= begin.x + static_cast<int32_t>(n) - 1; ++x)
-            stats.add(run_mean(row + x, 1, x, g.width_s16), point_t{x, begin.y});
+        const radimo::frame::RectStats s =
+            radimo::frame::row_line_stats(frame, g, begin.y, begin.x, static_cast<int32_t>(n));
+        stats.set(s.max, s.max_point, s.min, s.min_point, static_cast<uint32_t>(s.sum));
         stats.finish(static_cast<uint32_t>(n));
         return RADIMO_SUCCESS;
     }

@@ -43,6 +43,16 @@ public:
         sum_ += value;
     }
 
+    // The state after a whole scan computed elsewhere (sum as the rule's
+    // wrapping 32-bit sum).
+    void set(uint16_t max, point_t max_point, uint16_t min, point_t min_point, uint32_t sum) {
+        max_ = max;
+        max_point_ = max_point;
+        min_ = min;
+        min_point_ = min_point;
+        sum_ = sum;
+    }
+
     // avg = (sum + n / 2) / n; n is never 0 (callers reject empty scans).
     void finish(uint32_t n) { out_.avg_temp = static_cast<uint16_t>((sum_ + n / 2) / n); }
 

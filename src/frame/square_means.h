@@ -42,4 +42,9 @@ struct RectStats {
 // The rectangle must lie inside a frame of fast_geometry.
 RectStats rect_stats(const uint16_t *frame, const Geometry &g, int32_t x0, int32_t y0, int32_t w, int32_t h);
 
+// Statistics of the 5-sample horizontal means (a horizontal line's samples)
+// at columns x_begin .. x_begin + n - 1 of row y, all inside a frame of
+// fast_geometry; the positions are those of the line's samples.
+RectStats row_line_stats(const uint16_t *frame, const Geometry &g, int32_t y, int32_t x_begin, int32_t n);
+
 }  // namespace radimo::frame

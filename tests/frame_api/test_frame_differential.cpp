@@ -69,8 +69,8 @@ TEST(FrameDifferential, TargetIsTheForcedOne) {
 }
 
 TEST(FrameDifferential, PointMeansAndRectanglesMatchTheLiteralRule) {
-    const uint16_t sizes[][2] = {{1, 1},  {1, 9},   {9, 1},   {2, 2},  {3, 3},
-                                 {17, 4}, {33, 20}, {70, 35}, {257, 3}};
+    const uint16_t sizes[][2] = {{1, 1},  {1, 9},   {9, 1},   {2, 2},   {3, 3},
+                                 {17, 4}, {33, 20}, {70, 35}, {257, 3}, {2100, 3}};
     for (const auto &size : sizes) {
         for (int shape = 0; shape < kShapes; ++shape) {
             const TestFrame f = shaped(shape, size[0], size[1]);
@@ -87,6 +87,14 @@ TEST(FrameDifferential, PointMeansAndRectanglesMatchTheLiteralRule) {
                     get_point_temp(f.data(), res, {x, y}, &want);
                     ASSERT_EQ(means[y * f.width + x], want) << x << "," << y << " shape " << shape;
                 }
+            // A horizontal line along a whole row (chunks of means, both ends).
+            if (f.width > 1) {
+                temp_result_t got{}, want{};
+                const int y = uniform(0, f.height - 1);
+                ASSERT_EQ(get_horz_line_temp(f.data(), res, {f.width - 1, y}, {0, y}, &got), RADIMO_SUCCESS);
+                literal::line(0, f.data(), res, {f.width - 1, y}, {0, y}, &want);
+                ASSERT_EQ(summary(got), summary(want)) << "row " << y;
+            }
             // Rectangles: the full frame, single pixels at the corners, random ones.
             std::vector<std::pair<point_t, rect_size_t>> rects = {
                 {{0, 0}, {f.width, f.height}}, {{0, 0}, {1, 1}}, {{f.width - 1, f.height - 1}, {1, 1}}};
