@@ -4,8 +4,8 @@
 // forward correction of value * 0.0625 - 273.15 degC. The correction depends
 // only on the value, so each distinct value of the band is corrected once, in
 // the order of first appearance (a failing value thus fails at the same pixel
-// and with the same lines as pixel by pixel, the pixels before it written),
-// and a second pass reads every pixel's result from the value table.
+// and with the same lines as pixel by pixel, the pixels before it written);
+// every other pixel reads its result from the value table.
 #include <cmath>
 
 #include "core/heap_block.h"
@@ -36,10 +36,6 @@ bool scene_finite(const char *caller, const env_correct_param_t &scene) {
         }
     }
     return true;
-}
-
-void read_results(const float *by_value, const uint16_t *in, size_t n, float *out) {
-    for (size_t i = 0; i < n; ++i) out[i] = by_value[in[i]];
 }
 
 }  // namespace
@@ -74,16 +70,14 @@ int radimo_frame_scene_correct(const env_correct_param_t *scene, const uint16_t 
     const size_t n = band.pixels();
     for (size_t i = 0; i < n; ++i) {
         const uint16_t v = in[i];
-        if (known[v] != 0) continue;
-        const int rc =
-            enhanced_forward(__func__, view, *scene, radimo::units::celsius_of_sixteenths(v), &by_value[v]);
-        if (rc != RADIMO_SUCCESS) {
-            read_results(by_value.get(), in, i, out);
-            return rc;
+        if (known[v] == 0) {
+            const int rc = enhanced_forward(__func__, view, *scene, radimo::units::celsius_of_sixteenths(v),
+                                            &by_value[v]);
+            if (rc != RADIMO_SUCCESS) return rc;
+            known[v] = 1;
         }
-        known[v] = 1;
+        out[i] = by_value[v];
     }
-    read_results(by_value.get(), in, n, out);
     return RADIMO_SUCCESS;
 }
 
