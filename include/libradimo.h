@@ -750,10 +750,10 @@ RADIMO_API extern double ems_correct_table_v2[8100];        /* [ti * 100 + ei] c
  * height << 16 with both halves 1 .. 32767. Every function except
  * radimo_frame_stats works on the band of rows first_row .. first_row +
  * row_count - 1 (row_count 0 does nothing) and writes only those rows of its
- * caller-owned output frame, which has the input's layout. A host splits a
- * frame into bands to spread it over its own threads: the library starts no
- * threads, and calls on disjoint bands of the same output may run
- * concurrently.
+ * caller-owned output frame, which has the input's layout and must not
+ * overlap it. A host splits a frame into bands to spread it over its own
+ * threads: the library starts no threads, and calls on disjoint bands of the
+ * same output may run concurrently.
  *
  * Refusals return RADIMO_ERR_PARAM (-1100), log one error line and write
  * nothing: a NULL pointer ("data is NULL"), a bad resolution ("resolution is
