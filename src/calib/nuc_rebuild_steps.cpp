@@ -105,17 +105,44 @@ void NucRebuild::build_map() {
     b_.release();
 }
 
+// A negative value wraps to a large one and ends at the maximum, not at the
+// minimum; callers rely on this asymmetry.
+static uint16_t clamped_entry(float value, const TableRange &range) {
+    uint16_t entry = fx::low16(fx::trunc_i32(value));
+    if (entry > range.max) entry = range.max;
+    if (entry < range.min) entry = range.min;
+    return entry;
+}
+
+// Over a strictly ascending map (no NaN, no equal neighbours) the binary
+// search of LinearInterp ends on the segment [s, s + 1] with s the index
+// before the first entry above x, kept within 0 .. len - 2: an exact hit at
+// index e gives e, and a miss leaves the last probe next to that entry. The
+// abscissae x = 0, 1, 2, ... ascend, so that entry only moves forward and
+// one walk over the map replaces the searches; the interpolation itself is
+// LinearInterp's expression. Any other map takes LinearInterp per entry.
 bool NucRebuild::interpolate(uint16_t *new_table) const {
+    const float *map = map_.get();
+    const float *copy = copy_.get();
+    bool ascending = true;
+    for (uint32_t j = 0; j + 1 < kRebuildTableLen; ++j) ascending &= map[j] < map[j + 1];
+    if (ascending) {
+        uint32_t above = 0;  // first entry above x
+        for (uint32_t j = 0; j < kRebuildTableLen; ++j) {
+            const float x = static_cast<float>(j);
+            while (above < kRebuildTableLen && !(map[above] > x)) ++above;
+            const uint32_t s =
+                above == 0 ? 0 : (above - 1 > kRebuildTableLen - 2 ? kRebuildTableLen - 2 : above - 1);
+            const float x0 = map[s], x1 = map[s + 1], y0 = copy[s], y1 = copy[s + 1];
+            new_table[j] = clamped_entry(y0 + ((x - x0) * (y1 - y0)) / (x1 - x0), range_);
+        }
+        return true;
+    }
     const linear_interp_param_t param{map_.get(), copy_.get(), kRebuildTableLen};
     for (uint32_t j = 0; j < kRebuildTableLen; ++j) {
         float value = 0.0f;
         if (LinearInterp(&param, &value, static_cast<float>(j)) != RADIMO_SUCCESS) return false;
-        // A negative value wraps to a large one and ends at the maximum, not
-        // at the minimum; callers rely on this asymmetry.
-        uint16_t entry = fx::low16(fx::trunc_i32(value));
-        if (entry > range_.max) entry = range_.max;
-        if (entry < range_.min) entry = range_.min;
-        new_table[j] = entry;
+        new_table[j] = clamped_entry(value, range_);
     }
     return true;
 }

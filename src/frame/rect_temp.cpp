@@ -4,42 +4,28 @@
 
 #include "core/message.h"
 #include "frame/frame_geometry.h"
-#include "frame/sample_stats.h"
-#include "frame/trimmed_mean.h"
+#include "frame/square_means.h"
 #include "libradimo.h"
 
 namespace {
-
 constexpr const char *kLogModule = radimo::kModuleLibradimo;
-constexpr uint32_t kSquareSize = 3;
-constexpr uint32_t kSquareSamples = kSquareSize * kSquareSize;
-
-using radimo::frame::Geometry;
-
-// Trimmed mean of the 3x3 square around (x, y) when the square lies wholly
-// inside the frame: the same samples, in the same order, that
-// get_pixel_square_array delivers, without its per-slot border tests.
-inline uint16_t interior_square_mean(const uint16_t *frame, uint32_t width, int32_t x, int32_t y) {
-    const uint16_t *above = frame + static_cast<uint32_t>(y - 1) * width + static_cast<uint32_t>(x - 1);
-    const uint16_t *row = above + width;
-    const uint16_t *below = row + width;
-    const uint16_t samples[kSquareSamples] = {above[0], above[1], above[2], row[0],  row[1],
-                                              row[2],   below[0], below[1], below[2]};
-    return radimo::frame::trimmed_mean(samples, kSquareSamples);
-}
-
 }  // namespace
 
 extern "C" {
 
+// The means are computed row by row (samples loaded once, the statistics in
+// registers); the per-sample rule's last-position ties and its unsigned
+// 32-bit sum are kept: a hot rectangle of more than 65537 pixels can wrap the
+// sum, and its average with it (radimo_frame_stats sums in 64 bits).
 int get_rect_temp(const uint16_t *frame, uint32_t resolution, point_t origin, rect_size_t size,
                   temp_result_t *out) {
     if (frame == nullptr || out == nullptr) {
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
-    radimo::frame::SampleStats stats(*out);
-    const Geometry g = radimo::frame::decode(resolution);
+    out->max_temp = 0;
+    out->min_temp = 0xFFFF;
+    const radimo::frame::Geometry g = radimo::frame::decode(resolution);
     // A rectangle ending exactly at the frame edge is valid. An empty or
     // negative size, or an origin left of or above the frame, has no samples
     // inside the frame and is rejected with the same message.
@@ -49,32 +35,14 @@ int get_rect_temp(const uint16_t *frame, uint32_t resolution, point_t origin, re
         RADIMO_ERROR("the rect is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-
-    const int32_t x_end = origin.x + size.w;
-    const int32_t y_end = origin.y + size.h;
-    for (int32_t y = origin.y; y < y_end; ++y) {
-        const bool row_interior = y >= 1 && y + 1 < g.height_s16;
-        for (int32_t x = origin.x; x < x_end; ++x) {
-            const point_t p{x, y};
-            if (row_interior && x >= 1 && x + 1 < g.width_s16) {
-                stats.add(interior_square_mean(frame, g.width, x, y), p);
-                continue;
-            }
-            // Border pixels: outside slots take the centre value.
-            uint16_t square[kSquareSamples];
-            if (get_pixel_square_array(frame, resolution, p, kSquareSize, square) != RADIMO_SUCCESS) {
-                RADIMO_ERROR("get pixel square array error\n");
-                return RADIMO_ERR_SQUARE_ARRAY;
-            }
-            uint16_t value = 0;
-            if (get_array_average_value(square, kSquareSamples, &value) != RADIMO_SUCCESS) {
-                RADIMO_ERROR("get array average value error\n");
-                return RADIMO_ERR_AVERAGE;
-            }
-            stats.add(value, p);
-        }
-    }
-    stats.finish(static_cast<uint32_t>(size.w) * static_cast<uint32_t>(size.h));
+    const radimo::frame::RectStats s =
+        radimo::frame::rect_stats(frame, g, origin.x, origin.y, size.w, size.h);
+    const uint32_t n = static_cast<uint32_t>(s.count);
+    out->max_temp = s.max;
+    out->max_temp_point = s.max_point;
+    out->min_temp = s.min;
+    out->min_temp_point = s.min_point;
+    out->avg_temp = static_cast<uint16_t>((static_cast<uint32_t>(s.sum) + n / 2) / n);
     return RADIMO_SUCCESS;
 }
 

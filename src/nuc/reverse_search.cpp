@@ -3,15 +3,18 @@
 // The lookup scans the table for the first index i at which the target either
 // matches entry i (|target - t[i]| < 0.0001) or lies strictly between entries
 // i and i + 1 ((target - t[i + 1]) * (target - t[i]) < 0, in single
-// precision). Callers run it in every recalibration step, so the scan skips
-// whole blocks in which no stop can occur and runs the literal test only
-// where one may; the result and the messages are the same as those of the
-// entry-by-entry scan for every table.
+// precision). Callers run it in every recalibration step, so the scan runs
+// the literal test only where a stop may occur and crosses the entries
+// between in vectors; the result and the messages are the same as those of
+// the entry-by-entry scan for every table.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
+#include <immintrin.h>
+
 #include "core/message.h"
+#include "core/simd_target.h"
 #include "core/units.h"
 #include "libradimo.h"
 #include "nuc/table_length.h"
@@ -76,88 +79,115 @@ inline bool stops_at(const uint16_t *table, uint32_t i, bool has_next, float tar
     return false;
 }
 
-// Entries are compared eight at a time as biased signed 16-bit lanes
-// (e ^ 0x8000 keeps the unsigned order), which plain SSE2 compares directly.
-typedef int16_t Lanes __attribute__((vector_size(16)));
-constexpr uint32_t kLanes = 8;
-constexpr uint32_t kBlock = 64;  // pairs (i, i + 1) per block
-
-inline Lanes load_lanes(const uint16_t *p) {
-    Lanes v;
-    std::memcpy(&v, p, sizeof v);
-    return v ^ static_cast<int16_t>(INT16_MIN);
+// Exact-match test of the literal scan for one entry value.
+inline bool matches(float target, uint32_t entry) {
+    return std::fabs(static_cast<double>(target - static_cast<float>(entry))) < 0.0001;
 }
 
-inline Lanes biased(int32_t v) {
-    const int16_t b = static_cast<int16_t>(static_cast<uint16_t>(v) ^ 0x8000u);
-    return Lanes{b, b, b, b, b, b, b, b};
+// First index j in from .. len - 1 whose entry leaves a side of the target,
+// or len: below `bound` (kAbove false: the entries were at or above it), or
+// above `bound` (kAbove true: they were at or below it). A vector lane leaves
+// the side where the unsigned saturating difference is non-zero.
+template <bool kAbove>
+inline bool leaves(uint16_t entry, uint16_t bound) {
+    return kAbove ? entry > bound : entry < bound;
 }
 
-inline bool any_lane(Lanes v) {
-    uint64_t half[2];
-    std::memcpy(half, &v, sizeof half);
-    return (half[0] | half[1]) != 0;
+template <bool kAbove>
+RADIMO_NO_AUTOVEC uint32_t first_leaving_scalar(const uint16_t *table, uint32_t from, uint32_t len,
+                                                uint16_t bound) {
+    RADIMO_SCALAR_LOOP
+    for (uint32_t j = from; j < len; ++j)
+        if (leaves<kAbove>(table[j], bound)) return j;
+    return len;
 }
 
-// Whether a run of entries holds one below `above` and one above `below`.
-// Without both, every entry lies on one side of the target, and no pair of
-// the run can stop the scan.
-struct Reach {
-    Lanes above;
-    Lanes below;
-    Lanes some_under_above{};
-    Lanes some_over_below{};
-    void add(Lanes e) {
-        some_under_above |= above > e;
-        some_over_below |= e > below;
+template <bool kAbove>
+uint32_t first_leaving_sse2(const uint16_t *table, uint32_t from, uint32_t len, uint16_t bound) {
+    const __m128i b = _mm_set1_epi16(static_cast<int16_t>(bound));
+    const __m128i zero = _mm_setzero_si128();
+    uint32_t j = from;
+    for (; j + 32 <= len; j += 32) {
+        __m128i any = zero;
+        for (uint32_t k = 0; k < 32; k += 8) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(table + j + k));
+            any = _mm_or_si128(any, kAbove ? _mm_subs_epu16(v, b) : _mm_subs_epu16(b, v));
+        }
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(any, zero)) != 0xFFFF) break;
     }
-    bool may_stop() const { return any_lane(some_under_above) && any_lane(some_over_below); }
-};
+    for (; j < len; ++j)
+        if (leaves<kAbove>(table[j], bound)) return j;
+    return len;
+}
+
+template <bool kAbove>
+RADIMO_TARGET_AVX2 uint32_t first_leaving_avx2(const uint16_t *table, uint32_t from, uint32_t len,
+                                               uint16_t bound) {
+    const __m256i b = _mm256_set1_epi16(static_cast<int16_t>(bound));
+    uint32_t j = from;
+#define RADIMO_LEAVING(k)                                                                                  \
+    (kAbove ? _mm256_subs_epu16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k))), b) \
+            : _mm256_subs_epu16(b, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k)))))
+    for (; j + 128 <= len; j += 128) {
+        const __m256i any =
+            _mm256_or_si256(_mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(0), RADIMO_LEAVING(16)),
+                                            _mm256_or_si256(RADIMO_LEAVING(32), RADIMO_LEAVING(48))),
+                            _mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(64), RADIMO_LEAVING(80)),
+                                            _mm256_or_si256(RADIMO_LEAVING(96), RADIMO_LEAVING(112))));
+        if (!_mm256_testz_si256(any, any)) break;
+    }
+#undef RADIMO_LEAVING
+    for (; j < len; ++j)
+        if (leaves<kAbove>(table[j], bound)) return j;
+    return len;
+}
+
+using LeavingFn = uint32_t (*)(const uint16_t *, uint32_t, uint32_t, uint16_t);
 
 // First stop of the literal scan over a table of len >= 2 entries.
 //
-// An integer entry e >= above lies more than 0.001 above the target and an
-// entry e <= below more than 0.001 below it. For those, |target - e| rounded
-// to float stays far above 0.0001, so no exact match; and a pair of entries on
-// the same side gives a product of two same-signed non-zero floats, never
-// negative, so no bracket. A block whose entries (including the first entry of
-// the next block, the partner of its last pair) all lie on one side cannot
-// stop and is skipped; in a block that may stop, runs of eight pairs are
-// checked the same way and the literal test runs only in runs that may stop.
+// Entry 0 takes the literal test. If it does not stop, it lies strictly on
+// one side of the target without matching, and the scan cannot stop before
+// the first entry j that leaves that side: every earlier pair has both
+// entries on the same side (a product of two same-signed non-zero floats is
+// never negative) and no earlier entry matches. The side is an integer
+// bound: above the target, every integer from the smallest one above it
+// that does not match (at most the next integer or two can match); below,
+// the mirror. Entries are compared with the bound in 16-lane vectors, and the
+// literal test resumes at j - 1 (a pair ending on a matching entry may still
+// bracket) for as long as it takes; that is one or two entries unless the
+// table hovers at the target, and then the search continues from there in
+// the same way.
 Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
     Stop stop;
     // A NaN target compares false everywhere: the literal scan never stops.
     if (std::isnan(target)) return stop;
-    // The clamped target is finite and within a unit or two of 0..65535.
-    const int32_t above = static_cast<int32_t>(std::floor(static_cast<double>(target) + 0.001)) + 1;
-    const int32_t below = static_cast<int32_t>(std::ceil(static_cast<double>(target) - 0.001)) - 1;
-    // Thresholds beyond the 16-bit range are exact after clamping, except a
-    // target within a unit of 65535 or 0 (every entry on the near side): such
-    // targets take the literal scan throughout.
-    const bool blocks_usable = above <= 0xFFFF && below >= 0;
-    const Lanes above_lanes = biased(above < 0 ? 0 : above);
-    const Lanes below_lanes = biased(below > 0xFFFF ? 0xFFFF : below);
+    static const LeavingFn first_below = radimo::simd::pick<LeavingFn>(
+        first_leaving_scalar<false>, first_leaving_sse2<false>, first_leaving_avx2<false>);
+    static const LeavingFn first_above = radimo::simd::pick<LeavingFn>(
+        first_leaving_scalar<true>, first_leaving_sse2<true>, first_leaving_avx2<true>);
+    // The clamped target lies within a unit or two of 0 .. 65535.
+    int64_t above = static_cast<int64_t>(std::floor(static_cast<double>(target))) + 1;
+    while (matches(target, static_cast<uint32_t>(above))) ++above;
+    int64_t below = static_cast<int64_t>(std::ceil(static_cast<double>(target))) - 1;
+    while (below >= 0 && matches(target, static_cast<uint32_t>(below))) --below;
 
-    const uint32_t pairs = len - 1;
-    uint32_t b = 0;
-    for (; blocks_usable && b + kBlock <= pairs; b += kBlock) {
-        Reach block{above_lanes, below_lanes};
-        for (uint32_t k = 0; k < kBlock; k += kLanes) block.add(load_lanes(table + b + k));
-        block.add(load_lanes(table + b + kBlock + 1 - kLanes));  // up to entry b + kBlock
-        if (!block.may_stop()) continue;
-        for (uint32_t r = b; r < b + kBlock; r += kLanes) {
-            Reach run{above_lanes, below_lanes};
-            run.add(load_lanes(table + r));
-            run.add(load_lanes(table + r + 1));  // up to entry r + kLanes
-            if (!run.may_stop()) continue;
-            for (uint32_t i = r; i < r + kLanes; ++i)
-                if (stops_at(table, i, true, target, &stop)) return stop;
-        }
-    }
-    for (uint32_t i = b; i < pairs; ++i)
+    uint32_t i = 0;
+    while (i + 1 < len) {
         if (stops_at(table, i, true, target, &stop)) return stop;
+        // Entry i neither matches nor brackets with i + 1; where it lies
+        // inside its side's bound, skip to the first entry leaving it.
+        const int64_t e = table[i];
+        uint32_t j = i + 1;
+        if (e >= above)
+            j = first_below(table, i + 1, len, static_cast<uint16_t>(above));
+        else if (e <= below)
+            j = first_above(table, i + 1, len, static_cast<uint16_t>(below));
+        if (j == len) return stop;  // no entry leaves the side: no stop
+        i = j - 1 > i ? j - 1 : i + 1;
+    }
     // The last entry has no partner but can still match exactly.
-    stops_at(table, pairs, false, target, &stop);
+    stops_at(table, len - 1, false, target, &stop);
     return stop;
 }
 
