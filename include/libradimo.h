@@ -851,10 +851,10 @@ RADIMO_API extern double ems_correct_table_v2[8100];        /**< [ti * 100 + ei]
  * gives the same results.
  */
 
-/* The kernel target in use: "scalar", "sse2" or "avx2". */
+/** The kernel target in use: "scalar", "sse2" or "avx2". */
 RADIMO_API const char *radimo_simd_target(void);
 
-/* temp = the 1/16 K temperature of each raw NUC value: the KT/BT correction of ktbt_param (its index from
+/** temp = the 1/16 K temperature of each raw NUC value: the KT/BT correction of ktbt_param (its index from
  * vtemp, computed once) and the NUC table lookup, as temp_measure_with_NUC_value gives it. ktbt_len is the
  * length of the KT/BT arrays: 1201 (ktbt_correct_process) or 3601 (ktbt_correct_process_with_version3).
  * nuc_table_len: 8192 (indexed by NUC value / 2, as remap_temp) or 16384 (indexed by the NUC value).
@@ -864,14 +864,14 @@ RADIMO_API int radimo_frame_temp_measure(const ktbt_correct_param_t *ktbt_param,
                                          const uint16_t *raw, uint32_t resolution, uint32_t first_row,
                                          uint32_t row_count, uint16_t *temp);
 
-/* celsius = each value in degC. With nuc_table NULL the frame holds 1/16 K temperatures (value * 0.0625 -
+/** celsius = each value in degC. With nuc_table NULL the frame holds 1/16 K temperatures (value * 0.0625 -
  * 273.15); otherwise it holds NUC values, converted through the table of nuc_table_len (8192 or 16384)
  * entries as calc_temperature_with_nuc_t_table_len converts them. */
 RADIMO_API int radimo_frame_to_celsius(const uint16_t *nuc_table, uint32_t nuc_table_len,
                                        const uint16_t *frame, uint32_t resolution, uint32_t first_row,
                                        uint32_t row_count, float *celsius);
 
-/* object = the enhanced-distance correction (degC) of each 1/16 K value, as
+/** object = the enhanced-distance correction (degC) of each 1/16 K value, as
  * enhance_distance_raw_temp_correct_lattice gives it; each distinct value is corrected once. Scene refusals:
  * a NaN or infinite field ("<field> is not a finite number"), then the range checks and messages of the
  * single-value correction (ems and hum 0..1, dist 0..1000 m, ta and tu -273.15..100 degC). A failing
@@ -881,30 +881,30 @@ RADIMO_API int radimo_frame_scene_correct(const env_correct_param_t *scene, cons
                                           const uint16_t *frame, uint32_t resolution, uint32_t first_row,
                                           uint32_t row_count, float *object);
 
-/* means = the 3x3 trimmed mean of every pixel: the value get_point_temp gives there (the edge rule at the
+/** means = the 3x3 trimmed mean of every pixel: the value get_point_temp gives there (the edge rule at the
  * borders). */
 RADIMO_API int radimo_frame_point_means(const uint16_t *frame, uint32_t resolution, uint32_t first_row,
                                         uint32_t row_count, uint16_t *means);
 
-/* Statistics of the 3x3 trimmed means inside a rectangle. */
+/** Statistics of the 3x3 trimmed means inside a rectangle. */
 typedef struct radimo_frame_stats_t {
-    uint16_t max;      /* largest mean */
-    uint16_t min;      /* smallest mean */
-    uint16_t avg;      /* (sum + count / 2) / count */
-    point_t max_point; /* last position of max in row-major order */
-    point_t min_point; /* last position of min in row-major order */
-    uint64_t sum;      /* sum of all means, 64-bit: never wraps */
-    uint64_t count;    /* number of means */
+    uint16_t max;      /**< largest mean */
+    uint16_t min;      /**< smallest mean */
+    uint16_t avg;      /**< (sum + count / 2) / count */
+    point_t max_point; /**< last position of max in row-major order */
+    point_t min_point; /**< last position of min in row-major order */
+    uint64_t sum;      /**< sum of all means, 64-bit: never wraps */
+    uint64_t count;    /**< number of means */
 } radimo_frame_stats_t;
 
-/* The maximum, minimum and positions of get_rect_temp over the same rectangle (the rectangle's rows are the
+/** The maximum, minimum and positions of get_rect_temp over the same rectangle (the rectangle's rows are the
  * row range). get_rect_temp sums in 32 bits, as its rule states, so a hot rectangle of more than 65537
  * pixels wraps its sum and reports a wrong average; this sum is 64-bit and its average always right: use it
  * for large rectangles and whole frames. Refused: "the rect is invalid" (empty, or not inside the frame). */
 RADIMO_API int radimo_frame_stats(const uint16_t *frame, uint32_t resolution, point_t origin,
                                   rect_size_t size, radimo_frame_stats_t *stats);
 
-/* Adds the statistics of a later part of the scan (for instance the next band of rows, measured by
+/** Adds the statistics of a later part of the scan (for instance the next band of rows, measured by
  * another thread) to first: its ties take the positions, as in one scan; avg is recomputed. */
 RADIMO_API int radimo_frame_stats_merge(radimo_frame_stats_t *first, const radimo_frame_stats_t *later);
 

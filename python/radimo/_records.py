@@ -5,7 +5,7 @@ record and compares it with these classes, so a change on either side fails
 the tests instead of corrupting memory.
 """
 from ctypes import (POINTER, Structure, c_float, c_int16, c_int32, c_uint8, c_uint16, c_uint32,
-                    c_void_p)
+                    c_uint64, c_void_p)
 
 
 class point_t(Structure):
@@ -129,6 +129,11 @@ class linear_interp_param_t(Structure):
     _fields_ = [("arr_x", POINTER(c_float)), ("arr_y", POINTER(c_float)), ("size", c_uint32)]
 
 
+class radimo_frame_stats_t(Structure):
+    _fields_ = [("max", c_uint16), ("min", c_uint16), ("avg", c_uint16), ("max_point", point_t),
+                ("min_point", point_t), ("sum", c_uint64), ("count", c_uint64)]
+
+
 #: Every record of the header, by its C name.
 RECORDS = {cls.__name__: cls for cls in (
     point_t, rect_size_t, temp_result_t, threshold_t, nuc_factor_t, env_factor_t, env_param_t,
@@ -136,4 +141,4 @@ RECORDS = {cls.__name__: cls for cls in (
     second_cal_param_t, advanced_second_cal_param_t, second_cal_temp_param_t,
     multi_point_calib_array_t, multi_point_calib_array_v3_t, two_point_calib_result_t,
     two_point_calib_result_v3_t, multi_point_temp_t, multi_point_nuc_t, multi_point_calib_param_t,
-    multi_point_kt_param_t, linear_interp_param_t)}
+    multi_point_kt_param_t, linear_interp_param_t, radimo_frame_stats_t)}
