@@ -53,8 +53,7 @@ void run_render(const RenderOptions &o) {
     if (format_of_path(o.output) != FileFormat::kPng)
         fail_usage(o.output + ": the picture is written as .png");
 
-    const std::optional<FrameSize> size =
-        o.size.empty() ? std::nullopt : std::optional<FrameSize>(parse_size("--size", o.size));
+    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     auto reader = open_frame_file(o.input, size);
