@@ -64,7 +64,8 @@ void run_render(const RenderOptions &o) {
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
     const Frame celsius = converter.convert(frame, Unit::kCelsius, o.input);
-    const Frame kelvin16 = converter.convert(celsius, Unit::kKelvin16, o.input);
+    // The shown temperatures, measured: only their unit changes.
+    const Frame kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, o.input);
     for (const Region &r : regions) {
         check_inside(r, kelvin16.width, kelvin16.height);
         request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
