@@ -68,8 +68,7 @@ void run_convert(const ConvertOptions &o) {
     const auto unit = unit_from_name(o.to);
     if (!unit || *unit == Unit::kNuc)
         fail_usage("--to " + o.to + ": expected celsius, kelvin16 or centikelvin");
-    const std::optional<FrameSize> size =
-        o.size.empty() ? std::nullopt : std::optional<FrameSize>(parse_size("--size", o.size));
+    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
 

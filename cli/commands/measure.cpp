@@ -89,8 +89,7 @@ void run_measure(const MeasureOptions &o) {
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
     const std::optional<threshold_t> alarm =
         o.alarm.empty() ? std::nullopt : std::optional<threshold_t>(parse_alarm(o.alarm));
-    const std::optional<FrameSize> size =
-        o.size.empty() ? std::nullopt : std::optional<FrameSize>(parse_size("--size", o.size));
+    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     auto reader = open_frame_file(o.input, size);

@@ -53,8 +53,7 @@ void run_render(const RenderOptions &o) {
     if (format_of_path(o.output) != FileFormat::kPng)
         fail_usage(o.output + ": the picture is written as .png");
 
-    const std::optional<FrameSize> size =
-        o.size.empty() ? std::nullopt : std::optional<FrameSize>(parse_size("--size", o.size));
+    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     auto reader = open_frame_file(o.input, size);
@@ -65,7 +64,8 @@ void run_render(const RenderOptions &o) {
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
     const Frame celsius = converter.convert(frame, Unit::kCelsius, o.input);
-    const Frame kelvin16 = converter.convert(celsius, Unit::kKelvin16, o.input);
+    // The shown temperatures, measured: only their unit changes.
+    const Frame kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, o.input);
     for (const Region &r : regions) {
         check_inside(r, kelvin16.width, kelvin16.height);
         request.regions.push_back(measure_region(kelvin16, r, std::nullopt));

@@ -27,34 +27,37 @@ std::string expected_numbers(std::size_t count, const char *kind) {
     return std::to_string(count) + " comma-separated " + kind;
 }
 
-}  // namespace
-
-std::vector<double> parse_numbers(const std::string &option, const std::string &text, std::size_t count) {
+// Exactly `count` comma-separated values of T, each finite and wholly a number.
+template <typename T>
+std::vector<T> parse_list(const std::string &option, const std::string &text, std::size_t count,
+                          const char *kind) {
     const std::vector<std::string> parts = split(text, ',');
-    if (parts.size() != count) bad(option, text, expected_numbers(count, "numbers"));
-    std::vector<double> values;
+    if (parts.size() != count) bad(option, text, expected_numbers(count, kind));
+    std::vector<T> values;
     for (const std::string &p : parts) {
-        double v = 0.0;
+        T v{};
         const auto [end, ec] = std::from_chars(p.data(), p.data() + p.size(), v);
-        if (ec != std::errc() || end != p.data() + p.size() || p.empty() || !std::isfinite(v))
-            bad(option, text, expected_numbers(count, "numbers"));
+        if (ec != std::errc() || end != p.data() + p.size() || p.empty() ||
+            !std::isfinite(static_cast<double>(v)))
+            bad(option, text, expected_numbers(count, kind));
         values.push_back(v);
     }
     return values;
 }
 
+}  // namespace
+
+std::vector<double> parse_numbers(const std::string &option, const std::string &text, std::size_t count) {
+    return parse_list<double>(option, text, count, "numbers");
+}
+
 std::vector<long> parse_integers(const std::string &option, const std::string &text, std::size_t count) {
-    const std::vector<std::string> parts = split(text, ',');
-    if (parts.size() != count) bad(option, text, expected_numbers(count, "integers"));
-    std::vector<long> values;
-    for (const std::string &p : parts) {
-        long v = 0;
-        const auto [end, ec] = std::from_chars(p.data(), p.data() + p.size(), v);
-        if (ec != std::errc() || end != p.data() + p.size() || p.empty())
-            bad(option, text, expected_numbers(count, "integers"));
-        values.push_back(v);
-    }
-    return values;
+    return parse_list<long>(option, text, count, "integers");
+}
+
+std::optional<FrameSize> parse_optional_size(const std::string &option, const std::string &text) {
+    if (text.empty()) return std::nullopt;
+    return parse_size(option, text);
 }
 
 FrameSize parse_size(const std::string &option, const std::string &text) {

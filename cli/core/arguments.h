@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,7 @@ struct FrameSize {
 };
 // "640x512".
 FrameSize parse_size(const std::string &option, const std::string &text);
+// The same, or nullopt for an empty text (the option was not given).
+std::optional<FrameSize> parse_optional_size(const std::string &option, const std::string &text);
 
 }  // namespace radimo::cli

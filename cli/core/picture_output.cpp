@@ -51,7 +51,7 @@ Picture write_picture(const std::filesystem::path &out, const PictureRequest &re
     try {
         picture = render_picture(spec);
     } catch (const std::runtime_error &e) {
-        fail_io(std::string("cannot render the picture: ") + e.what());
+        fail_usage(std::string("cannot render the picture: ") + e.what());
     }
     write_file_atomically(out, picture.png.data(), picture.png.size());
     return picture;

@@ -13,6 +13,7 @@
 
 #include "core/atomic_output.h"
 #include "core/errors.h"
+#include "tau_model.h"
 
 namespace radimo::cli {
 namespace fs = std::filesystem;
@@ -314,6 +315,13 @@ CameraProfile load_profile(const fs::path &dir, const std::vector<ProfileOverrid
         if (ems) set_switch(p.correct_table, 5, *ems);
         if (hum) set_switch(p.correct_table, 7, *hum);
         if (reflected) set_switch(p.correct_table, 11, *reflected);
+        // The tau readers index the grid the format selects: the table must hold all of it.
+        const std::size_t needed = correct_table_words_needed(p.correct_table);
+        if (p.correct_table.size() < needed)
+            check.fail("correct_table.words", std::to_string(p.correct_table.size()) +
+                                                  " words are too few: format " +
+                                                  std::to_string(correct_table_format(p.correct_table)) +
+                                                  " needs " + std::to_string(needed));
     }
     if (env_entries > 0)
         p.env_tau = read_table(check, dir, p.env_tau_file, "env_tau_table.file",
@@ -322,7 +330,17 @@ CameraProfile load_profile(const fs::path &dir, const std::vector<ProfileOverrid
 }
 
 uint16_t correct_table_format(const std::vector<uint16_t> &raw) {
-    return raw.size() > 1 ? raw[1] : 0;
+    return raw.size() >= 128 && raw[2] == 0xFFFF && raw[3] == 0xFFFF ? raw[1] : 0;
+}
+
+std::size_t correct_table_words_needed(const std::vector<uint16_t> &raw) {
+    namespace model = radimo::tau_model;
+    const uint16_t format = correct_table_format(raw);
+    const model::TargetLayout layout = format < 64     ? model::TargetLayout::kStandard
+                                       : format <= 256 ? model::TargetLayout::kNew
+                                                       : model::TargetLayout::kV3;
+    const bool header = raw.size() >= 128 && raw[2] == 0xFFFF && raw[3] == 0xFFFF;
+    return (header ? model::kRawHeaderWords : 0) + model::target_table_size(layout);
 }
 CorrectionSwitch ems_switch(const std::vector<uint16_t> &raw) {
     return {raw[4] == 1, raw[5]};

@@ -89,8 +89,11 @@ nlohmann::ordered_json profile_json(const CameraProfile &profile);
 // Writes camera.json and the tables into a directory being created.
 void write_profile(const CameraProfile &profile, AtomicDirectory &dir);
 
-// Header switches of a raw correction table (words 2, 5-8, 11-12 counted from 1).
+// Header switches of a raw correction table (words 2, 5-8, 11-12 counted from 1);
+// a table without the header has format 0.
 uint16_t correct_table_format(const std::vector<uint16_t> &raw);
+// Words a raw correction table needs for the tau grid of its format (and its header).
+std::size_t correct_table_words_needed(const std::vector<uint16_t> &raw);
 CorrectionSwitch ems_switch(const std::vector<uint16_t> &raw);
 CorrectionSwitch hum_switch(const std::vector<uint16_t> &raw);
 CorrectionSwitch reflected_switch(const std::vector<uint16_t> &raw);

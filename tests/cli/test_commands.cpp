@@ -166,6 +166,8 @@ TEST_F(Commands, RenderAndTables) {
     write_small_camera();
     EXPECT_THAT(radimo("table lookup --camera camera --temp 36.6").out,
                 HasSubstr("36.60 \u00b0C in the table"));
+    write_frames("raw.pgm", {raw_frame(16, 12, 8)});
+    EXPECT_EQ(radimo("render raw.pgm --camera camera --scene-correct -o raw.png --no-bar").exit_code, 0);
 }
 
 TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {

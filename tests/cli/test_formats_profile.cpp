@@ -180,6 +180,11 @@ TEST_F(Profiles, EveryBadFieldIsOneUsageErrorNamingIt) {
         {[](nlohmann::json &, const fs::path &d) { fs::resize_file(d / "kt.bin", 2400); },
          "ktbt.kt_file: " /* ... */},
         {[](nlohmann::json &j, const fs::path &) { j.erase("vtemp"); }, "vtemp: missing"},
+        {[](nlohmann::json &j, const fs::path &d) {
+             j["correct_table"]["words"] = 3000;
+             fs::resize_file(d / "correct_table.bin", 6000);
+         },
+         "correct_table.words: 3000 words are too few: format 300 needs 4088"},
     };
     for (const auto &c : cases) {
         write_small_camera();
