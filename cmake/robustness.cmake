@@ -27,9 +27,11 @@ endif()
 # library a real dependency on it, so the check stays on and the library
 # loads into any sanitized host. The runtime directory goes into the run
 # path, since it is not on the loader's search path.
-if(radimo_clang AND (RADIMO_SANITIZE OR RADIMO_TSAN OR RADIMO_BUILD_FUZZ))
+if(radimo_clang)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
         OUTPUT_VARIABLE radimo_clang_runtime_dir OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
+if(radimo_clang AND (RADIMO_SANITIZE OR RADIMO_TSAN OR RADIMO_BUILD_FUZZ))
     add_link_options(-shared-libsan "LINKER:-rpath,${radimo_clang_runtime_dir}")
 endif()
 
