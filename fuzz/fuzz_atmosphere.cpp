@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     const std::string &file = tau_file();
     if (truncate(file.c_str(), 2 * in.in<off_t>(0, 100)) != 0) std::abort();
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         const env_correct_param_t s = radimo::fuzz::scene(in);
         uint16_t u16 = 0;
         float value = 0;

@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     if (frame.empty()) frame.resize(1);  // a valid pointer even for an empty frame
     const uint16_t *f = frame.data();
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         const point_t a = point(in, w, h);
         const point_t b = point(in, w, h);
         const uint32_t size_word = in.chance(80) ? in.in<uint32_t>(0, 12) : in.any<uint32_t>();

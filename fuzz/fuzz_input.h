@@ -9,6 +9,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -16,6 +17,9 @@
 #include "libradimo.h"
 
 namespace radimo::fuzz {
+
+// Calls one input makes at most: short inputs keep the fuzzer's feedback fine.
+inline constexpr int kCallsPerInput = 16;
 
 class Input {
 public:
@@ -43,12 +47,17 @@ public:
     T mostly(T lo, T hi) {
         return chance(90) ? in<T>(lo, hi) : any<T>();
     }
-    // n values of the type, taken from the input (zeros once it is used up).
+    // n values of the type: a short stretch of the input (at most half of what
+    // is left, at most 64 values), repeated over the whole array, so a large
+    // table never swallows the choices that follow it. Zeros once the input
+    // is used up.
     template <typename T>
     std::vector<T> values(std::size_t n) {
         std::vector<T> v(n);
-        const std::size_t bytes = std::min(p_.remaining_bytes(), n * sizeof(T)) / sizeof(T) * sizeof(T);
-        if (bytes > 0) p_.ConsumeData(v.data(), bytes);
+        const std::size_t taken = std::min({n, std::size_t{64}, p_.remaining_bytes() / 2 / sizeof(T)});
+        if (taken == 0) return v;
+        p_.ConsumeData(v.data(), taken * sizeof(T));
+        for (std::size_t i = taken; i < n; ++i) v[i] = v[i - taken];
         return v;
     }
 

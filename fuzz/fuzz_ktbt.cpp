@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     const std::vector<uint16_t> kt3 = array(in, camera.kt, Camera::kEntriesV3);
     const std::vector<int16_t> bt3 = array(in, camera.bt, Camera::kEntriesV3);
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         second_calib_param_t record = radimo::fuzz::calib_record(in);
         const uint16_t vtemp = radimo::fuzz::vtemp(in);
         const uint32_t nuc = in.mostly<uint32_t>(0, 16383);

@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     std::vector<uint16_t> t = table(in, long_table ? 16384 : 8192);
     const std::vector<uint16_t> standard = long_table ? table(in, 8192) : t;
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         uint16_t u16 = 0;
         float celsius = 0;
         env_factor_t factor{};

@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     radimo::fuzz::set_up_logging(in);
     const std::vector<uint16_t> raw = radimo::fuzz::raw_table(in);
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         const env_correct_param_t s = radimo::fuzz::scene(in);
         const uint16_t tau = in.mostly<uint16_t>(8000, 16384);
         const float kelvin = in.real(200.0f, 1800.0f);

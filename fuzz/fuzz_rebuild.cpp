@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     radimo::fuzz::set_up_logging(in);
     const Camera &camera = Camera::get();
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         switch (in.in<int>(0, 9)) {
             case 0: {
                 multi_point_kt_param_t p = kt_param(in);

@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     Input in(data, size);
     radimo::fuzz::set_up_logging(in);
 
-    while (!in.empty()) {
+    for (int call = 0; call < radimo::fuzz::kCallsPerInput && !in.empty(); ++call) {
         advanced_second_cal_param_t scenes{radimo::fuzz::scene(in), radimo::fuzz::scene(in),
                                            radimo::fuzz::calib_record(in)};
         second_cal_param_t one_scene{scenes.high_env_correct_param, scenes.second_calib_param};
