@@ -62,58 +62,56 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 }
                 break;
             case 2:
-                get_hum_index(&u16, s.hum);
-                get_temp_write_index(&u16, s.ta);
-                get_temp_read_index(&u16, s.ta);
-                get_dist_write_index(&u16, s.dist);
-                get_dist_read_index(in.chance(3) ? nullptr : &u16, s.dist);
-                get_target_temp_write_index(&u16, in.real(240.0f, 1630.0f));
-                get_target_temp_read_index(in.chance(3) ? nullptr : &u16, in.real(240.0f, 1630.0f));
+                get_hum_index(in.ptr(&u16), s.hum);
+                get_temp_write_index(in.ptr(&u16), s.ta);
+                get_temp_read_index(in.ptr(&u16), s.ta);
+                get_dist_write_index(in.ptr(&u16), s.dist);
+                get_dist_read_index(in.ptr(&u16), s.dist);
+                get_target_temp_write_index(in.ptr(&u16), in.real(240.0f, 1630.0f));
+                get_target_temp_read_index(in.ptr(&u16), in.real(240.0f, 1630.0f));
                 break;
             case 3:
-                write_tau(in.chance(3) ? nullptr : env.data(), in.any<int>(), s.hum, s.ta, s.dist);
-                read_tau(env.data(), &u16, s.hum, s.ta, s.dist);
+                write_tau(in.ptr(env.data()), in.any<int>(), s.hum, s.ta, s.dist);
+                read_tau(in.ptr(env.data()), in.ptr(&u16), s.hum, s.ta, s.dist);
                 break;
             case 4: {
                 const float celsius = in.real(-30.0f, 1360.0f);
-                write_tau_with_target_temp_and_dist(target.data(), in.any<int>(), celsius, s.dist);
-                read_tau_with_target_temp_and_dist(target.data(), in.chance(3) ? nullptr : &u16, celsius,
-                                                   s.dist);
+                write_tau_with_target_temp_and_dist(in.ptr(target.data()), in.any<int>(), celsius, s.dist);
+                read_tau_with_target_temp_and_dist(in.ptr(target.data()), in.ptr(&u16), celsius, s.dist);
                 break;
             }
             case 5: {
                 const int index = in.chance(80) ? in.in<int>(-2, 120) : in.any<int>();
                 tau_data_write(file.c_str(), index, in.any<int>());
                 tau_data_read(file.c_str(), in.chance(80) ? in.in<int>(-2, 120) : in.any<int>(),
-                              in.chance(3) ? nullptr : &u16);
+                              in.ptr(&u16));
                 break;
             }
             case 6: {
                 const char *names[] = {"/nonexistent/radimo", "/tmp", "/dev/full", nullptr};
                 const char *name = names[in.pick(std::size(names))];
-                tau_data_read(name, in.any<int>(), &u16);
+                tau_data_read(name, in.any<int>(), in.ptr(&u16));
                 tau_data_write(name, in.in<int>(0, 8), in.any<int>());
                 break;
             }
             case 7:
-                calculate_vapor_pressure(in.mostly<uint16_t>(0, 4), in.chance(3) ? nullptr : &value, s.hum,
-                                         s.ta);
-                calculate_coef(in.mostly<uint16_t>(0, 4), &value, in.real(200.0f, 1900.0f));
-                recalc_tau(in.mostly<uint16_t>(0, 4), in.any<uint16_t>(), &u16, s.dist, in.real(-1.0f, 1.0f),
-                           in.real(0.0f, 8000.0f));
+                calculate_vapor_pressure(in.mostly<uint16_t>(0, 4), in.ptr(&value), s.hum, s.ta);
+                calculate_coef(in.mostly<uint16_t>(0, 4), in.ptr(&value), in.real(200.0f, 1900.0f));
+                recalc_tau(in.mostly<uint16_t>(0, 4), in.any<uint16_t>(), in.ptr(&u16), s.dist,
+                           in.real(-1.0f, 1.0f), in.real(0.0f, 8000.0f));
                 break;
             case 8:
-                recalc_tau_with_hum_version(&s, in.mostly<uint16_t>(0, 4), in.mostly<uint16_t>(8000, 16384),
-                                            in.chance(3) ? nullptr : &u16, in.real(200.0f, 1900.0f));
+                recalc_tau_with_hum_version(in.ptr(&s), in.mostly<uint16_t>(0, 4),
+                                            in.mostly<uint16_t>(8000, 16384), in.ptr(&u16),
+                                            in.real(200.0f, 1900.0f));
                 break;
             default: {
                 correct_table_t t{};
                 t.hum_enable = in.in<uint16_t>(0, 2);
                 t.hum_version = in.mostly<uint16_t>(0, 4);
                 t.tau_data = env.data();
-                recalc_tau_under_influence_of_hum(in.chance(3) ? nullptr : &t, &s,
-                                                  in.mostly<uint16_t>(8000, 16384), &u16,
-                                                  in.real(200.0f, 1900.0f));
+                recalc_tau_under_influence_of_hum(in.ptr(&t), in.ptr(&s), in.mostly<uint16_t>(8000, 16384),
+                                                  in.ptr(&u16), in.real(200.0f, 1900.0f));
                 break;
             }
         }

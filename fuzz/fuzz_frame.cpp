@@ -67,13 +67,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
         switch (in.in<int>(0, 15)) {
             case 0: {
                 std::vector<uint16_t> out(n * n);
-                get_pixel_square_array(in.chance(3) ? nullptr : f, resolution, a, size_word, out.data());
+                get_pixel_square_array(in.ptr(f), resolution, a, size_word, out.data());
                 break;
             }
             case 1: {
                 std::vector<uint16_t> out(n);
-                get_pixel_horz_neighb_array(f, resolution, a, size_word, out.data());
-                get_pixel_vert_neighb_array(f, resolution, a, size_word, out.data());
+                get_pixel_horz_neighb_array(in.ptr(f), resolution, a, size_word, in.ptr(out.data()));
+                get_pixel_vert_neighb_array(in.ptr(f), resolution, a, size_word, in.ptr(out.data()));
                 break;
             }
             case 2: {
@@ -81,34 +81,37 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 std::vector<point_t> points(count == 0 ? 1 : count);
                 for (auto &p : points) p = point(in, w, h);
                 std::vector<uint16_t> out(n);
-                get_pixel_slope_neighb_array(f, points.data(), resolution, in.in<int>(-3, 44), size_word,
-                                             count, out.data());
+                get_pixel_slope_neighb_array(in.ptr(f), in.ptr(points.data()), resolution, in.in<int>(-3, 44),
+                                             size_word, count, out.data());
                 break;
             }
             case 3: {
                 const int num = in.in<int>(-2, 64);
                 std::vector<uint16_t> samples = in.values<uint16_t>(num > 0 ? num : 1);
-                get_array_average_value(samples.data(), num, &value);
+                get_array_average_value(in.ptr(samples.data()), num, in.ptr(&value));
                 break;
             }
             case 4:
-                get_point_temp(f, resolution, a, in.chance(3) ? nullptr : &value);
-                get_NUC_value(f, resolution, a, &value);
+                get_point_temp(f, resolution, a, in.ptr(&value));
+                get_NUC_value(in.ptr(f), resolution, a, in.ptr(&value));
                 break;
             case 5:
-                if (!line_count_wraps(a, b)) get_line_temp(f, resolution, a, b, &result);
+                if (!line_count_wraps(a, b)) get_line_temp(in.ptr(f), resolution, a, b, in.ptr(&result));
                 break;
             case 6:
-                if (!line_count_wraps(a, b)) get_horz_line_temp(f, resolution, a, {b.x, a.y}, &result);
+                if (!line_count_wraps(a, b))
+                    get_horz_line_temp(in.ptr(f), resolution, a, {b.x, a.y}, in.ptr(&result));
                 break;
             case 7:
-                if (!line_count_wraps(a, b)) get_vert_line_temp(f, resolution, a, {a.x, b.y}, &result);
+                if (!line_count_wraps(a, b))
+                    get_vert_line_temp(in.ptr(f), resolution, a, {a.x, b.y}, in.ptr(&result));
                 break;
             case 8:
-                if (!line_count_wraps(a, b)) get_slope_line_temp(f, resolution, a, b, &result);
+                if (!line_count_wraps(a, b))
+                    get_slope_line_temp(in.ptr(f), resolution, a, b, in.ptr(&result));
                 break;
             case 9:
-                get_rect_temp(f, resolution, a, {b.x, b.y}, in.chance(3) ? nullptr : &result);
+                get_rect_temp(f, resolution, a, {b.x, b.y}, in.ptr(&result));
                 break;
             case 10: {
                 const float slope = get_slope(a, b);
@@ -126,8 +129,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 std::vector<point_t> points(count > 0 ? count : 1);
                 const uint32_t x0 = static_cast<uint32_t>(in.in<int32_t>(-1000000, 1000000));
                 const uint32_t y0 = static_cast<uint32_t>(in.in<int32_t>(-1000000, 1000000));
-                if (std::isfinite(slope))
-                    get_point_set(x0, y0, count, in.chance(3) ? nullptr : points.data(), slope);
+                if (std::isfinite(slope)) get_point_set(x0, y0, count, in.ptr(points.data()), slope);
                 break;
             }
             case 12:
@@ -136,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
             case 13:
                 result = {in.any<uint16_t>(), in.any<uint16_t>(), in.any<uint16_t>(), a, b};
                 line_rect_over_threshold_alarm({in.mostly<int32_t>(0, 20000), in.mostly<int32_t>(0, 20000)},
-                                               in.chance(3) ? nullptr : &result);
+                                               in.ptr(&result));
                 break;
             case 14: {  // a line inside the frame in any direction
                 const point_t s{in.in<int32_t>(0, w), in.in<int32_t>(0, h)};

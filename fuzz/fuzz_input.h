@@ -38,6 +38,11 @@ public:
     }
     // An index below n (n > 0).
     std::size_t pick(std::size_t n) { return p_.ConsumeIntegralInRange<std::size_t>(0, n - 1); }
+    // The pointer, or now and then NULL.
+    template <typename T>
+    T *ptr(T *p) {
+        return chance(3) ? nullptr : p;
+    }
     // Mostly a value in [lo, hi]; sometimes an edge, a special or any float.
     float real(float lo, float hi);
     // Any 32-bit pattern as a float (NaN, infinities and denormals included).

@@ -45,19 +45,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
         switch (in.in<int>(0, 6)) {
             case 0:
                 calculate_ktbt_index_according_vtemp_in_change_lens(in.chance(80) ? vtemp : in.any<int>(),
-                                                                    in.chance(3) ? nullptr : &record, &index);
+                                                                    in.ptr(&record), &index);
                 break;
             case 1:
-                ktbt_correct_process(in.chance(3) ? nullptr : &param, nuc, &out);
-                temp_measure_with_NUC_value(&param, camera.nuc_table.data(), nuc,
-                                            in.chance(3) ? nullptr : &out);
+                ktbt_correct_process(in.ptr(&param), nuc, &out);
+                temp_measure_with_NUC_value(&param, camera.nuc_table.data(), nuc, in.ptr(&out));
                 break;
             case 2:
                 param.kt_array = kt3.data(), param.bt_array = bt3.data();
-                ktbt_correct_process_with_version3(&param, nuc, &out);
+                ktbt_correct_process_with_version3(in.ptr(&param), nuc, in.ptr(&out));
                 break;
             case 3:
-                reverse_ktbt_correct(&record, kt.data(), in.chance(3) ? nullptr : bt.data(), nullptr,
+                reverse_ktbt_correct(in.ptr(&record), in.ptr(kt.data()), in.ptr(bt.data()), nullptr,
                                      in.chance(80) ? vtemp : in.any<int>(), nuc, &out);
                 break;
             case 4: {
@@ -65,8 +64,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 const std::size_t n = record.ktbt_index_len == 0 ? 1 : record.ktbt_index_len;
                 const std::vector<uint16_t> k = array(in, camera.kt, n);
                 const std::vector<int16_t> b = array(in, camera.bt, n);
-                reverse_ktbt_correct_with_version3(&record, k.data(), b.data(), nullptr,
-                                                   in.chance(80) ? vtemp : in.any<int>(), nuc, &out);
+                reverse_ktbt_correct_with_version3(in.ptr(&record), in.ptr(k.data()), in.ptr(b.data()),
+                                                   nullptr, in.chance(80) ? vtemp : in.any<int>(), nuc,
+                                                   in.ptr(&out));
                 break;
             }
             case 5: {
@@ -77,13 +77,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 const second_cal_temp_param_t before_ktbt = line(in), before_nuct = line(in),
                                               actual = line(in);
                 float coefficients[4] = {};
-                KcBc_KdBd_calculate(&before_ktbt, &before_nuct, in.chance(3) ? nullptr : &actual, &record,
-                                    k.data(), b.data(), coefficients);
+                KcBc_KdBd_calculate(in.ptr(&before_ktbt), in.ptr(&before_nuct), in.ptr(&actual),
+                                    in.ptr(&record), in.ptr(k.data()), in.ptr(b.data()),
+                                    in.ptr(coefficients));
                 break;
             }
             default:
-                temp_measure_with_NUC_value(&param, in.chance(3) ? nullptr : camera.nuc_table.data(), nuc,
-                                            &out);
+                temp_measure_with_NUC_value(&param, in.ptr(camera.nuc_table.data()), nuc, &out);
                 break;
         }
     }

@@ -68,11 +68,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 std::vector<uint16_t> new_kt(n);
                 std::vector<int16_t> new_bt(n);
                 if (in.chance(50)) {
-                    multi_point_calc_new_kt_bt(&p, kt.data(), bt.data(), new_kt.data(),
-                                               in.chance(3) ? nullptr : new_bt.data());
+                    multi_point_calc_new_kt_bt(in.ptr(&p), in.ptr(kt.data()), in.ptr(bt.data()),
+                                               in.ptr(new_kt.data()), in.ptr(new_bt.data()));
                 } else {
-                    multi_point_calc_new_kt_bt_intermediate_param(in.chance(3) ? nullptr : &p, nullptr,
-                                                                  nullptr, nullptr, nullptr);
+                    multi_point_calc_new_kt_bt_intermediate_param(in.ptr(&p), nullptr, nullptr, nullptr,
+                                                                  nullptr);
                 }
                 break;
             }
@@ -83,8 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                                             kt = in.values<uint16_t>(len ? len : 1);
                 const std::vector<int16_t> B = in.values<int16_t>(20), bt = in.values<int16_t>(len ? len : 1);
                 std::vector<uint16_t> kt_index(point_num + 1), bt_index(point_num + 1);
-                calculate_new_value_index_in_orgtable(point_num, len, K.data(), B.data(), kt.data(),
-                                                      bt.data(), kt_index.data(), bt_index.data());
+                calculate_new_value_index_in_orgtable(point_num, len, in.ptr(K.data()), in.ptr(B.data()),
+                                                      in.ptr(kt.data()), in.ptr(bt.data()),
+                                                      in.ptr(kt_index.data()), in.ptr(bt_index.data()));
                 break;
             }
             case 2: {
@@ -99,13 +100,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                     bt_index[i] = in.mostly<uint16_t>(0, static_cast<uint16_t>(n - 1));
                     P[i] = in.mostly<uint16_t>(0, static_cast<uint16_t>(n - 1));
                 }
-                sort_multi_point_kt(kt_index.data(), static_cast<uint32_t>(kt_index.size()));
-                sort_multi_point_kt(bt_index.data(),
+                sort_multi_point_kt(in.ptr(kt_index.data()), static_cast<uint32_t>(kt_index.size()));
+                sort_multi_point_kt(in.ptr(bt_index.data()),
                                     in.chance(90) ? static_cast<uint32_t>(bt_index.size()) : 0);
                 std::vector<uint16_t> new_kt(n);
                 std::vector<int16_t> new_bt(n);
-                new_kt_bt_table_interpolate(point_num, len, kt.data(), bt.data(), kt_index.data(),
-                                            bt_index.data(), P.data(), new_kt.data(), new_bt.data());
+                new_kt_bt_table_interpolate(point_num, len, in.ptr(kt.data()), in.ptr(bt.data()),
+                                            in.ptr(kt_index.data()), in.ptr(bt_index.data()),
+                                            in.ptr(P.data()), in.ptr(new_kt.data()), in.ptr(new_bt.data()));
                 break;
             }
             case 3:
@@ -117,10 +119,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 std::vector<multi_point_nuc_t> p = points(in, num & 0xFFFF);
                 std::vector<uint16_t> out(16384);
                 if (in.chance(50)) {
-                    multi_point_calc_new_nuc_table(table.data(), p.data(), num, out.data());
+                    multi_point_calc_new_nuc_table(in.ptr(table.data()), in.ptr(p.data()), num,
+                                                   in.ptr(out.data()));
                 } else {
-                    multi_point_calc_new_nuc_table_with_version3(
-                        table.data(), in.chance(3) ? nullptr : p.data(), num, out.data());
+                    multi_point_calc_new_nuc_table_with_version3(in.ptr(table.data()), in.ptr(p.data()), num,
+                                                                 in.ptr(out.data()));
                 }
                 break;
             }
@@ -138,8 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 param.multi_point_nuc = p.data();
                 param.calib_point_num = num;
                 std::vector<uint16_t> out(16384);
-                multi_point_calc_new_nuc_table_with_version(&param, version,
-                                                            in.chance(3) ? nullptr : out.data());
+                multi_point_calc_new_nuc_table_with_version(in.ptr(&param), version, in.ptr(out.data()));
                 break;
             }
             case 6: {
@@ -148,7 +150,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 const uint16_t num = in.chance(80) ? 3 : in.in<uint16_t>(0, 6);
                 std::vector<multi_point_nuc_t> p = points(in, num);
                 std::vector<uint16_t> out(8192);
-                multi_point_calc_one_point_correct(table.data(), p.data(), num, out.data());
+                multi_point_calc_one_point_correct(in.ptr(table.data()), in.ptr(p.data()), num,
+                                                   in.ptr(out.data()));
                 break;
             }
             case 7: {
@@ -161,23 +164,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 }
                 const linear_interp_param_t param{x.data(), y.data(), n};
                 float out = 0;
-                LinearInterp(in.chance(3) ? nullptr : &param, &out, in.real(-200.0f, 600.0f));
+                LinearInterp(in.ptr(&param), in.ptr(&out), in.real(-200.0f, 600.0f));
                 break;
             }
             case 8: {
                 std::vector<uint16_t> table = in.chance(50) ? camera.nuc_table : in.values<uint16_t>(8192);
                 if (in.chance(50)) std::reverse(table.begin(), table.end());
-                hotmode_calc(in.chance(3) ? nullptr : table.data());
+                hotmode_calc(in.ptr(table.data()));
                 const uint32_t count = in.in<uint32_t>(0, 8192);
                 std::vector<uint16_t> dst(count ? count : 1);
-                hotmode_reverse(table.data(), count, in.chance(50) ? table.data() : dst.data());
+                hotmode_reverse(in.ptr(table.data()), count,
+                                in.chance(50) ? table.data() : in.ptr(dst.data()));
                 break;
             }
             default: {
                 std::vector<multi_point_nuc_t> p = points(in, in.in<uint32_t>(0, 30));
-                sort_multi_point_nuc(p.data(), in.chance(90) ? static_cast<uint32_t>(p.size()) : 0);
+                sort_multi_point_nuc(in.ptr(p.data()), in.chance(90) ? static_cast<uint32_t>(p.size()) : 0);
                 std::vector<uint16_t> values = in.values<uint16_t>(in.in<std::size_t>(0, 64));
-                sort_multi_point_kt(values.data(), static_cast<uint32_t>(values.size()));
+                sort_multi_point_kt(in.ptr(values.data()), static_cast<uint32_t>(values.size()));
                 break;
             }
         }

@@ -98,47 +98,53 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
         versioned.multi_point_calib_array = version == 2 ? static_cast<void *>(&a.three) : &a.one;
         switch (which) {
             case 0:
-                new_ktbt_recal_double_point_calculate(&one_scene, m, in.chance(3) ? nullptr : &a.one,
-                                                      &a.result);
+                new_ktbt_recal_double_point_calculate(in.ptr(&one_scene), m, in.ptr(&a.one),
+                                                      in.ptr(&a.result));
                 break;
             case 1:
-                advanced_ktbt_recal_double_point_calculate(&scenes, m, &a.one,
-                                                           in.chance(3) ? nullptr : &a.result);
+                advanced_ktbt_recal_double_point_calculate(in.ptr(&scenes), m, in.ptr(&a.one),
+                                                           in.ptr(&a.result));
                 break;
             case 2:
-                multi_point_calc_user_defined_nuc(&one_scene, m, &a.one, &a.result, &temp, &nuc);
-                multi_point_calc_user_defined_nuc_in_change_lens(&one_scene, &a.one, &a.result, &temp,
-                                                                 in.chance(3) ? nullptr : &nuc);
+                multi_point_calc_user_defined_nuc(in.ptr(&one_scene), m, in.ptr(&a.one), in.ptr(&a.result),
+                                                  in.ptr(&temp), in.ptr(&nuc));
+                multi_point_calc_user_defined_nuc_in_change_lens(
+                    in.ptr(&one_scene), in.ptr(&a.one), in.ptr(&a.result), in.ptr(&temp), in.ptr(&nuc));
                 break;
             case 3:
-                multi_point_calc_user_defined_nuc_with_version1(&scenes, &a.one, &a.result, &temp, &nuc);
+                multi_point_calc_user_defined_nuc_with_version1(
+                    in.ptr(&scenes), in.ptr(&a.one), in.ptr(&a.result), in.ptr(&temp), in.ptr(&nuc));
                 break;
             case 4:
                 if (version == 2) {
-                    new_ktbt_recal_double_point_calculate_with_version(&versioned, version, &a.result3);
+                    new_ktbt_recal_double_point_calculate_with_version(in.ptr(&versioned), version,
+                                                                       in.ptr(&a.result3));
                 } else {
-                    new_ktbt_recal_double_point_calculate_with_version(&versioned, version, &a.result);
-                    advanced_ktbt_recal_double_point_calculate_with_version(
-                        in.chance(3) ? nullptr : &versioned, version, &a.result);
+                    new_ktbt_recal_double_point_calculate_with_version(in.ptr(&versioned), version,
+                                                                       in.ptr(&a.result));
+                    advanced_ktbt_recal_double_point_calculate_with_version(in.ptr(&versioned), version,
+                                                                            in.ptr(&a.result));
                 }
                 break;
             case 5:
-                multi_point_calc_user_defined_nuc_with_version2(&scenes, &a.one, &a.result, &temp, &nuc);
+                multi_point_calc_user_defined_nuc_with_version2(
+                    in.ptr(&scenes), in.ptr(&a.one), in.ptr(&a.result), in.ptr(&temp), in.ptr(&nuc));
                 break;
             case 6:
                 versioned.multi_point_calib_array = &a.three;
-                advanced_ktbt_recal_double_point_calculate_version3(&versioned, &a.result3);
+                advanced_ktbt_recal_double_point_calculate_version3(in.ptr(&versioned), in.ptr(&a.result3));
                 break;
             case 7:
                 versioned.multi_point_calib_array = &a.three;
-                multi_point_calc_user_defined_nuc_with_version3(&versioned,
-                                                                in.chance(3) ? nullptr : &a.result3);
+                multi_point_calc_user_defined_nuc_with_version3(in.ptr(&versioned), in.ptr(&a.result3));
                 break;
             default:
                 if (version == 2) {
-                    multi_point_calc_user_defined_nuc_with_version(&versioned, version, &a.result3);
+                    multi_point_calc_user_defined_nuc_with_version(in.ptr(&versioned), version,
+                                                                   in.ptr(&a.result3));
                 } else {
-                    multi_point_calc_user_defined_nuc_with_version(&versioned, version, &a.result);
+                    multi_point_calc_user_defined_nuc_with_version(in.ptr(&versioned), version,
+                                                                   in.ptr(&a.result));
                 }
                 break;
         }
