@@ -1,7 +1,10 @@
 // Single-element access to a tau table file: headerless native-order
 // (little-endian) u16 values, element i at byte offset 2 * i, the index
 // taken modulo 65536. Each call opens and closes the file; the stream is
-// closed on every path, also after a failed seek, read or write.
+// closed on every path, also after a failed seek, read or write, so no
+// descriptor is ever left behind. A write counts only once the buffered
+// bytes have reached the file: a failing flush or close (a full device,
+// for instance) is a failed write.
 #include <cstdint>
 #include <cstdio>
 
@@ -16,9 +19,7 @@ constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 class TauFile {
 public:
     TauFile(const char *name, const char *mode) : stream_(std::fopen(name, mode)) {}
-    ~TauFile() {
-        if (stream_ != nullptr) std::fclose(stream_);
-    }
+    ~TauFile() { close(); }
     TauFile(const TauFile &) = delete;
     TauFile &operator=(const TauFile &) = delete;
 
@@ -37,6 +38,16 @@ public:
         return RADIMO_SUCCESS;
     }
     std::FILE *stream() const { return stream_; }
+
+    // Flushes and closes the stream; false when buffered data did not reach
+    // the file. The stream is released either way.
+    bool close() {
+        if (stream_ == nullptr) return true;
+        const bool flushed = std::fflush(stream_) == 0;
+        const bool closed = std::fclose(stream_) == 0;
+        stream_ = nullptr;
+        return flushed && closed;
+    }
 
 private:
     std::FILE *stream_;
@@ -73,7 +84,7 @@ int tau_data_write(const char *file_name, int index, int tau_value) {
     const int rc = file.seek_element(__func__, index);
     if (rc != RADIMO_SUCCESS) return rc;
     const uint16_t value = radimo::fx::low16(tau_value);
-    if (std::fwrite(&value, sizeof value, 1, file.stream()) != 1) {
+    if (std::fwrite(&value, sizeof value, 1, file.stream()) != 1 || !file.close()) {
         RADIMO_ERROR("file write fail\n");
         return RADIMO_ERR_FILE;
     }

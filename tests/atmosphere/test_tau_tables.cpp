@@ -184,6 +184,7 @@ TEST_F(TauFile, Failures) {
     EXPECT_EQ(tau_data_read(nullptr, 0, &v), RADIMO_ERR_PARAM);
     EXPECT_EQ(tau_data_read(path.c_str(), 0, nullptr), RADIMO_ERR_PARAM);
     EXPECT_EQ(tau_data_write(nullptr, 0, 1), RADIMO_ERR_PARAM);
+    EXPECT_EQ(tau_data_write("/dev/full", 5, 0x1234), RADIMO_ERR_FILE);  // fails only when flushed
     EXPECT_EQ(v, 9);
     EXPECT_THAT(log.error_trace(),
                 ElementsAre("src/temp_correct/tau_data_write: file open fail\n",
@@ -191,7 +192,8 @@ TEST_F(TauFile, Failures) {
                             "src/temp_correct/tau_data_read: file read fail\n",
                             "src/temp_correct/tau_data_read: file_name or tau_value is NULL\n",
                             "src/temp_correct/tau_data_read: file_name or tau_value is NULL\n",
-                            "src/temp_correct/tau_data_write: file_name or tau_value is NULL\n"));
+                            "src/temp_correct/tau_data_write: file_name or tau_value is NULL\n",
+                            "src/temp_correct/tau_data_write: file write fail\n"));
 }
 
 }  // namespace
