@@ -51,7 +51,7 @@ extern "C" {
 enum {
     RADIMO_SUCCESS = 0,
     RADIMO_ERR_PARAM = -1100,        /**< NULL pointer, out-of-range argument, invalid data */
-    RADIMO_ERR_ALLOC = -1101,        /**< slanted line point set allocation failed */
+    RADIMO_ERR_ALLOC = -1101,        /**< working memory could not be allocated */
     RADIMO_ERR_FILE = -1102,         /**< tau file open/seek/read/write failed */
     RADIMO_ERR_SQUARE_ARRAY = -1103, /**< square neighbourhood extraction failed */
     RADIMO_ERR_AVERAGE = -1104,      /**< trimmed average failed */
