@@ -2,9 +2,11 @@
 # Installs the built library into a fresh prefix and builds two C consumers
 # against it, one through the CMake package and one through pkg-config, then
 # runs both.
-#   install_and_consume.sh <build dir> <this source dir> <work dir> <C compiler>
+# With the radimo tool built (<with cli> = 1), the installed program runs from
+# the prefix, finding the installed library through its run path.
+#   install_and_consume.sh <build dir> <this source dir> <work dir> <C compiler> <with cli>
 set -euo pipefail
-build=$1 here=$2 work=$3 cc=$4
+build=$1 here=$2 work=$3 cc=$4 with_cli=$5
 
 rm -rf "$work"
 prefix=$work/prefix
@@ -30,3 +32,8 @@ libdir=$(pkg-config --variable=libdir radimo)
 "$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$here/consumer.c" \
       $(pkg-config --cflags --libs radimo) -lm -Wl,-rpath,"$libdir"
 "$work/pc_consumer"
+
+if [ "$with_cli" = 1 ]; then
+    version=$(pkg-config --modversion radimo)
+    [ "$("$prefix/bin/radimo" --version)" = "radimo $version (libradimo V$version)" ]
+fi
