@@ -1,6 +1,6 @@
 """Shared camera data for the binding's tests: a high-gain NUC table, KT/BT arrays in the
-usual index range, an environment tau table and a raw correction table (version-3 grid); camera
-profile directories, and the demo camera written by the radimo tool."""
+usual index range, an environment tau table and a raw correction table (version-3 grid); and the
+demo camera written by the radimo tool."""
 import json
 import os
 import subprocess
@@ -52,23 +52,6 @@ def correct_table():
 # ---- Camera profiles ------------------------------------------------------------------------------
 
 RADIMO_EXE = os.environ.get("RADIMO_EXE")  # the radimo tool, when it is built
-
-
-def write_camera(directory, nuc_table, ktbt, correct_table, width, height, vtemp=VTEMP):
-    """A camera profile directory of the given tables, as docs/formats.md describes it."""
-    directory.mkdir(parents=True, exist_ok=True)
-    for name, table in (("nuc_table.bin", nuc_table), ("kt.bin", ktbt.kt), ("bt.bin", ktbt.bt),
-                        ("correct_table.bin", correct_table)):
-        table.astype(table.dtype.newbyteorder("<")).tofile(directory / name)
-    description = {
-        "format_version": 1, "resolution": {"width": width, "height": height}, "gain": "high", "vtemp": vtemp,
-        "ktbt": {"K_Temp": ktbt.K_Temp, "B_Temp": ktbt.B_Temp, "Address_CA": ktbt.Address_CA, "entries": 1201},
-        "nuc_table": {"file": "nuc_table.bin"},
-        "correct_table": {"file": "correct_table.bin", "words": int(correct_table.size)},
-        "scene": {"emissivity": 0.9, "distance_m": 10.0, "humidity": 0.6, "ambient_c": 18.0, "reflected_c": 25.0},
-    }
-    (directory / "camera.json").write_text(json.dumps(description, indent=2))
-    return directory
 
 
 @pytest.fixture(scope="session")

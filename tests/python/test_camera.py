@@ -10,7 +10,7 @@ import pytest
 
 import radimo
 from radimo import records as R
-from conftest import RADIMO_EXE, VTEMP, read_tiff, write_camera
+from conftest import RADIMO_EXE, read_tiff
 
 rng = np.random.default_rng(11)
 
@@ -44,38 +44,50 @@ def test_to_celsius_equals_radimo_convert(demo):
                                                                                     tool["max"]["y"]])
 
 
-def test_to_celsius_equals_the_per_pixel_functions(tmp_path, nuc_table, ktbt, correct_table):
-    camera = radimo.Camera(write_camera(tmp_path, nuc_table, ktbt, correct_table, width=7, height=5))
+def edited_camera(demo, directory, field, value):
+    """A copy of the demo camera with one field of camera.json set (None: deleted)."""
+    camera = shutil.copytree(demo / "camera", directory / "cam")
+    description = json.loads((camera / "camera.json").read_text())
+    *parents, key = field.split(".")
+    node = description
+    for name in parents:
+        node = node[name]
+    if value is None:
+        del node[key]
+    else:
+        node[key] = value
+    (camera / "camera.json").write_text(json.dumps(description))
+    return camera
+
+
+def test_to_celsius_equals_the_per_pixel_functions_and_refuses_bad_input(demo, tmp_path):
+    camera = radimo.Camera(edited_camera(demo, tmp_path, "resolution", {"width": 7, "height": 5}))
     raw = rng.integers(0, 20000, size=(3, 5, 7)).astype(np.uint16)
-    vtemps = [5000, VTEMP, 13000]  # below, inside and beyond the KT/BT range
+    vtemps = [5000, 8000, 13000]  # below, inside and beyond the KT/BT range
     kelvin16 = camera.to_kelvin16(raw, vtemp=vtemps)
-    table, out = nuc_table.ctypes.data_as(POINTER(c_uint16)), c_uint16()
+    k, table, out = camera.ktbt, camera.nuc_table.ctypes.data_as(POINTER(c_uint16)), c_uint16()
     for frame, vtemp, temps in zip(raw, vtemps, kelvin16):
-        param = R.ktbt_correct_param_t(ktbt.K_Temp, ktbt.B_Temp, ktbt.Address_CA,
-                                       ktbt.kt.ctypes.data_as(POINTER(c_uint16)),
-                                       ktbt.bt.ctypes.data_as(POINTER(c_int16)), vtemp)
+        param = R.ktbt_correct_param_t(k.K_Temp, k.B_Temp, k.Address_CA, k.kt.ctypes.data_as(POINTER(c_uint16)),
+                                       k.bt.ctypes.data_as(POINTER(c_int16)), vtemp)
         for value, temp in zip(frame.ravel().tolist(), temps.ravel().tolist()):
             assert radimo.lib.temp_measure_with_NUC_value(byref(param), table, value, byref(out)) == 0
             assert out.value == temp
     celsius = camera.to_celsius(raw, vtemp=vtemps)
     assert celsius.tobytes() == radimo.kelvin16_to_celsius(kelvin16).tobytes()
     corrected = camera.to_celsius(raw, vtemp=vtemps, scene_correct=True)
-    assert corrected.tobytes() == radimo.enhanced_distance_correct(celsius, camera.scene, correct_table).tobytes()
+    assert corrected.tobytes() == radimo.enhanced_distance_correct(celsius, camera.scene,
+                                                                   camera.correct_table).tobytes()
 
-
-def test_bad_input_is_refused(tmp_path, nuc_table, ktbt, correct_table):
-    camera = radimo.Camera(write_camera(tmp_path, nuc_table, ktbt, correct_table, width=7, height=5))
-    frame = np.zeros((5, 7), dtype=np.uint16)
+    frame = raw[0]
     for bad in (lambda: camera.to_celsius(frame, vtemp=float("nan")),
                 lambda: camera.to_celsius(frame, vtemp=70000),
-                lambda: camera.to_celsius(frame, vtemp=[VTEMP, VTEMP]),
-                lambda: camera.to_celsius(np.stack([frame] * 3), vtemp=[VTEMP, VTEMP]),
-                lambda: camera.to_celsius(np.zeros((7, 5), dtype=np.uint16)),
+                lambda: camera.to_celsius(frame, vtemp=[8000, 8000]),
+                lambda: camera.to_celsius(raw, vtemp=[8000, 8000]),
+                lambda: camera.to_celsius(frame.T),
                 lambda: camera.to_celsius(np.full((5, 7), np.inf)),
                 lambda: camera.to_celsius(frame, scene=camera.scene),
                 lambda: camera.to_celsius(frame, scene_correct=True, scene=radimo.Scene(2000.0, 0.9, 0.5, 20, 20)),
-                lambda: camera.to_celsius(frame, scene_correct=True, scene=radimo.Scene(2.0, float("inf"), 0.5, 20,
-                                                                                        20))):
+                lambda: radimo.Scene(2.0, float("inf"), 0.5, 20, 20)):
         with pytest.raises(ValueError):
             bad()
 
@@ -95,17 +107,7 @@ PROFILE_PROBLEMS = [  # (field, value or None to delete, message after "<dir>/ca
 
 @pytest.mark.parametrize("field, value, message", PROFILE_PROBLEMS)
 def test_bad_profiles_are_refused_as_the_tool_refuses_them(demo, tmp_path, field, value, message):
-    bad = shutil.copytree(demo / "camera", tmp_path / "cam")
-    description = json.loads((bad / "camera.json").read_text())
-    *parents, key = field.split(".")
-    node = description
-    for name in parents:
-        node = node[name]
-    if value is None:
-        del node[key]
-    else:
-        node[key] = value
-    (bad / "camera.json").write_text(json.dumps(description))
+    bad = edited_camera(demo, tmp_path, field, value)
     expected = f"{bad}/camera.json: {message.format(dir=bad)}"
     with pytest.raises(ValueError) as refused:
         radimo.Camera(bad)
