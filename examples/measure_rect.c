@@ -8,7 +8,7 @@
  * raw_to_celsius.c). The rectangle starts at column X, row Y and is W x H pixels; the alarm fires
  * above HIGH_C or below LOW_C degrees Celsius.
  *
- * Build: cc measure_rect.c $(pkg-config --cflags --libs radimo) -o measure_rect
+ * Build: cc measure_rect.c $(pkg-config --cflags --libs radimo) -lm -o measure_rect
  */
 #include <libradimo.h>
 #include <math.h>

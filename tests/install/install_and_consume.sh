@@ -32,6 +32,12 @@ libdir=$(pkg-config --variable=libdir radimo)
 "$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$here/consumer.c" \
       $(pkg-config --cflags --libs radimo) -lm -Wl,-rpath,"$libdir"
 "$work/pc_consumer"
+# The examples build as their comments say.
+for example in measure_rect raw_to_celsius double_point; do
+    # shellcheck disable=SC2046
+    "$cc" -std=c99 -Wall -Wextra -Werror -o "$work/$example" "$here/../../examples/$example.c" \
+          $(pkg-config --cflags --libs radimo) -lm
+done
 
 if [ "$with_cli" = 1 ]; then
     version=$(pkg-config --modversion radimo)
