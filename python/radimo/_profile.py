@@ -4,6 +4,7 @@ the one-line messages of the radimo tool: "<dir>/camera.json: <field>: <problem>
 The layout and every field are described in docs/formats.md ("Camera profile").
 """
 import json
+import math
 from pathlib import Path, PurePath
 
 import numpy as np
@@ -68,9 +69,10 @@ class _Checker:
         value = obj[key]
         if isinstance(value, bool) or not isinstance(value, (int, float)):
             self.fail(self.join(path, key), "must be a number")
-        if not low <= value <= high:  # also refuses NaN and infinities
+        value = float(value)  # integers are within 64 bits here (_json_int)
+        if not low <= value <= high:
             self.fail(self.join(path, key), f"{value:g} is outside {low:g}..{high:g}")
-        return float(value)
+        return value
 
     def string(self, obj, path, key, fallback=None):
         if not self._present(obj, path, key, fallback):
@@ -113,6 +115,19 @@ def _reject_constant(text):
     raise ValueError(f"{text} is not a JSON number")
 
 
+def _json_float(text):
+    value = float(text)
+    if math.isinf(value):
+        raise ValueError(f"{text} is beyond the range of a double")
+    return value
+
+
+def _json_int(text):
+    """Integers beyond 64 bits are doubles in JSON readers such as the radimo tool's."""
+    value = int(text)
+    return value if -2**63 <= value < 2**64 else _json_float(text)
+
+
 def read_profile(directory):
     """The fields and tables of a camera profile directory as a dict; ValueError on any problem."""
     directory = Path(directory)
@@ -122,7 +137,8 @@ def read_profile(directory):
     if not file.is_file():
         raise ValueError(f"{file}: no such file (a camera directory holds camera.json and its tables)")
     try:
-        root = json.loads(file.read_text(encoding="utf-8"), parse_constant=_reject_constant)
+        root = json.loads(file.read_text(encoding="utf-8"), parse_constant=_reject_constant,
+                          parse_int=_json_int, parse_float=_json_float)
     except (ValueError, UnicodeDecodeError):
         raise ValueError(f"{file}: not valid JSON") from None
     if not isinstance(root, dict):
