@@ -20,7 +20,8 @@ def example(name, needs):
     return module
 
 
-def test_dask_archive_converts_as_the_camera_does(demo, tmp_path):
+@pytest.mark.parametrize("scheduler", ["threads", "processes"])
+def test_dask_archive_converts_as_the_camera_does(demo, tmp_path, scheduler):
     dask_archive = example("dask_archive", "dask.array")
     raw, vtemps = read_tiff(demo / "raw.tiff")
     stack = np.concatenate([raw, raw[::-1], raw[:1]])  # blocks of two frames leave a short last one
@@ -28,7 +29,7 @@ def test_dask_archive_converts_as_the_camera_does(demo, tmp_path):
     np.save(tmp_path / "raw.npy", stack)
     np.save(tmp_path / "vtemps.npy", readings)
     dask_archive.convert_archive(demo / "camera", tmp_path / "raw.npy", tmp_path / "out.npy", tmp_path / "vtemps.npy",
-                                 scene_correct=True, frames_per_block=2, scheduler="threads")
+                                 scene_correct=True, frames_per_block=2, scheduler=scheduler)
     direct = radimo.Camera(demo / "camera").to_celsius(stack, vtemp=readings, scene_correct=True)
     assert np.load(tmp_path / "out.npy").tobytes() == direct.tobytes()
 
