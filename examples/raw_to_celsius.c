@@ -32,25 +32,22 @@ static void print_error(const char *format, ...) {
 static uint16_t *read_words(const char *dir, const char *name, size_t *count) {
     char path[4096];
     FILE *f;
-    long bytes;
+    long bytes = 0;
     uint16_t *words = NULL;
-    unsigned char *raw;
     size_t i;
     snprintf(path, sizeof path, "%s%s%s", dir, dir[0] ? "/" : "", name);
-    if ((f = fopen(path, "rb")) == NULL || fseek(f, 0, SEEK_END) != 0 || (bytes = ftell(f)) <= 0 ||
-        bytes % 2 != 0 || fseek(f, 0, SEEK_SET) != 0) {
-        fprintf(stderr, "%s: cannot read a table of 16-bit words\n", path);
-        if (f != NULL) fclose(f);
-        return NULL;
-    }
-    raw = malloc((size_t)bytes);
-    if (raw != NULL && fread(raw, 1, (size_t)bytes, f) == (size_t)bytes && (words = malloc((size_t)bytes))) {
+    if ((f = fopen(path, "rb")) != NULL && fseek(f, 0, SEEK_END) == 0 && (bytes = ftell(f)) > 0 &&
+        bytes % 2 == 0 && fseek(f, 0, SEEK_SET) == 0 && (words = malloc((size_t)bytes)) != NULL &&
+        fread(words, 1, (size_t)bytes, f) == (size_t)bytes) {
+        const unsigned char *b = (const unsigned char *)words; /* the file's bytes, in place */
         *count = (size_t)bytes / 2;
-        for (i = 0; i < *count; ++i) words[i] = (uint16_t)(raw[2 * i] | raw[2 * i + 1] << 8);
+        for (i = 0; i < *count; ++i) words[i] = (uint16_t)(b[2 * i] | b[2 * i + 1] << 8);
+    } else {
+        fprintf(stderr, "%s: cannot read a table of 16-bit words\n", path);
+        free(words);
+        words = NULL;
     }
-    free(raw);
-    fclose(f);
-    if (words == NULL) fprintf(stderr, "%s: read error\n", path);
+    if (f != NULL) fclose(f);
     return words;
 }
 
@@ -73,11 +70,8 @@ int main(int argc, char **argv) {
     width = (uint32_t)atoi(argv[3]);
     height = (uint32_t)atoi(argv[4]);
     ktbt.vtemp = (uint16_t)atoi(argv[5]);
-    if (width < 1 || height < 1 || width > 32767 || height > 32767) {
-        fprintf(stderr, "WIDTH and HEIGHT must be 1..32767\n");
-        return 2;
-    }
-    resolution = width | height << 16; /* the library's frame size word: width low, height high */
+    /* The library's frame size word, width low and height high; it refuses sizes beyond 1..32767. */
+    resolution = width | height << 16;
     pixels = (size_t)width * height;
     radimo_error_print = print_error;
 
@@ -89,12 +83,17 @@ int main(int argc, char **argv) {
     bt = read_words(argv[1], "bt.bin", &bt_len);
     correct_table = read_words(argv[1], "correct_table.bin", &correct_len);
     raw = read_words("", argv[2], &raw_len);
-    if (nuc_table && kt && bt && correct_table && raw && kt_len == bt_len && raw_len == pixels) {
-        temp = malloc(pixels * sizeof *temp);
-        apparent = malloc(pixels * sizeof *apparent);
-        object = malloc(pixels * sizeof *object);
-    } else if (raw && raw_len != pixels) {
-        fprintf(stderr, "%s: %zu samples, not a %ux%u frame\n", argv[2], raw_len, width, height);
+    if (nuc_table && kt && bt && correct_table && raw) {
+        if (kt_len != bt_len) {
+            fprintf(stderr, "kt.bin and bt.bin differ in length\n");
+        } else if (raw_len != pixels) {
+            fprintf(stderr, "%s: %zu samples, not a %ux%u frame\n", argv[2], raw_len, width, height);
+        } else {
+            temp = malloc(pixels * sizeof *temp);
+            apparent = malloc(pixels * sizeof *apparent);
+            object = malloc(pixels * sizeof *object);
+            if (!(temp && apparent && object)) fprintf(stderr, "out of memory\n");
+        }
     }
     if (temp && apparent && object) {
         ktbt.kt_array = kt;
