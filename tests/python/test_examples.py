@@ -14,9 +14,9 @@ EXAMPLES = Path(__file__).resolve().parents[2] / "examples" / "python"
 
 def example(name, needs):
     pytest.importorskip(needs)
-    spec = importlib.util.spec_from_file_location(name, EXAMPLES / f"{name}.py")
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location(name, EXAMPLES / f"{name}.py")
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 
