@@ -7,6 +7,8 @@ messages reach RadimoError.
     import numpy as np, radimo
     table = radimo.generate_nuc_table(-5645, 9300000, 104858)
     radimo.nuc_to_celsius(table, np.array([7000, 7100]))
+    camera = radimo.Camera("demo/camera")       # a camera profile directory
+    celsius = camera.to_celsius(raw_frames)     # (H, W) or (N, H, W) uint16 -> float32 degC
 
 Every library failure raises radimo.RadimoError (result code, its name, the library's
 messages); invalid arguments are refused before the call with ValueError.
@@ -17,6 +19,7 @@ import numpy as np
 
 from . import _records as records
 from ._lib import CODE_NAMES, RadimoError, lib
+from .camera import Camera, kelvin16_to_celsius
 from .correction import (Scene, apply_env_factor, enhanced_distance_correct, env_factor, read_tau,
                          remove_env_factor, reverse_enhanced_distance_correct, reverse_temp_correct,
                          temp_correct)
@@ -24,12 +27,6 @@ from .measure import AreaMeasurement, PointMeasurement, measure_line, measure_po
 from .nuc import KtBt, celsius_to_nuc, generate_nuc_table, nuc_to_celsius
 from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc, double_point_recalibration,
                             new_kt_bt, new_nuc_table)
-
-# ---- Still to come ---------------------------------------------------------------------------
-# Camera(profile_dir): a camera loaded from a camera profile directory (KT/BT, NUC table, scene
-# correction), and camera.to_celsius(raw) converting one frame or an (N, H, W) stack through the
-# library's whole-frame API. Both arrive with the camera-profile format of the `radimo` CLI and
-# the radimo_frame_* functions; this binding does not define a profile format of its own.
 
 
 #: The library's exported data tables (grids of the tau tables and the emissivity tables) and
@@ -57,7 +54,8 @@ def version():
     return lib.radimo_version().decode()
 
 
-__all__ = ["records", "DATA_TABLES", "data_table", "CODE_NAMES", "RadimoError", "version", "Scene", "temp_correct", "reverse_temp_correct",
+__all__ = ["Camera", "kelvin16_to_celsius", "records", "DATA_TABLES", "data_table", "CODE_NAMES",
+           "RadimoError", "version", "Scene", "temp_correct", "reverse_temp_correct",
            "enhanced_distance_correct", "reverse_enhanced_distance_correct", "read_tau", "env_factor",
            "apply_env_factor", "remove_env_factor", "PointMeasurement", "AreaMeasurement", "measure_point",
            "measure_line", "measure_rect", "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",

@@ -68,7 +68,8 @@ class KtBt:
     """The focal-plane drift correction of a camera.
 
     T_FPA = ((vtemp * K_Temp + 8192) >> 14) + B_Temp and index = T_FPA - Address_CA - 1,
-    clamped to the arrays; kt (Q14 gains) and bt (NUC offsets) hold 1201 entries.
+    clamped to the arrays; kt (Q14 gains) and bt (NUC offsets) hold 1201 entries, or 3601 for the
+    version-3 correction (the recalibrations take 1201-entry arrays).
     """
     K_Temp: int
     B_Temp: int
@@ -80,8 +81,13 @@ class KtBt:
         self.K_Temp = int(check_integer("K_Temp", self.K_Temp, -2**15, 2**15 - 1))
         self.B_Temp = int(check_integer("B_Temp", self.B_Temp, -2**15, 2**15 - 1))
         self.Address_CA = int(check_integer("Address_CA", self.Address_CA, 0, 0xFFFF))
-        self.kt = check_table("kt", self.kt, np.uint16, (1201,))
-        self.bt = check_table("bt", self.bt, np.int16, (1201,))
+        self.kt = check_table("kt", self.kt, np.uint16, KTBT_LENGTHS)
+        self.bt = check_table("bt", self.bt, np.int16, (self.kt.size,))
+
+    @property
+    def version3(self):
+        """True for 3601-entry arrays, corrected by the version-3 functions."""
+        return self.kt.size == 3601
 
     def _record(self, vtemp):
         return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, pointer(self.kt, c_uint16),
@@ -98,8 +104,10 @@ class KtBt:
         record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))
         out = c_uint16()
 
+        function = "ktbt_correct_process_with_version3" if self.version3 else "ktbt_correct_process"
+
         def one(value):
-            call("ktbt_correct_process", byref(record), value, byref(out))
+            call(function, byref(record), value, byref(out))
             return out.value
 
         return elementwise(one, np.uint16, check_integer("raw", raw, 0, 0xFFFF))
@@ -110,8 +118,10 @@ class KtBt:
         param = self.calib_param()
         kt, bt, out = pointer(self.kt, c_uint16), pointer(self.bt, c_int16), c_uint16()
 
+        function = "reverse_ktbt_correct_with_version3" if self.version3 else "reverse_ktbt_correct"
+
         def one(value):
-            call("reverse_ktbt_correct", byref(param), kt, bt, None, vtemp, value, byref(out))
+            call(function, byref(param), kt, bt, None, vtemp, value, byref(out))
             return out.value
 
         return elementwise(one, np.uint16, check_integer("nuc", nuc, 0, 16383))
@@ -119,14 +129,19 @@ class KtBt:
     def temperature(self, nuc_table, raw, vtemp):
         """Temperatures in 1/16 K (uint16) of raw responses: correction, then the NUC table.
 
-        Per pixel this is temp_measure_with_NUC_value; degC = value / 16 - 273.15.
+        Per pixel this is temp_measure_with_NUC_value (for 3601-entry arrays the version-3
+        correction, then remap_temp); degC = value / 16 - 273.15.
         """
         table = check_table("nuc_table", nuc_table, np.uint16, (8192,))
         record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))
-        table_ptr, out = pointer(table, c_uint16), c_uint16()
+        table_ptr, nuc, out = pointer(table, c_uint16), c_uint16(), c_uint16()
 
         def one(value):
-            call("temp_measure_with_NUC_value", byref(record), table_ptr, value, byref(out))
+            if self.version3:
+                call("ktbt_correct_process_with_version3", byref(record), value, byref(nuc))
+                call("remap_temp", table_ptr, nuc.value, byref(out))
+            else:
+                call("temp_measure_with_NUC_value", byref(record), table_ptr, value, byref(out))
             return out.value
 
         return elementwise(one, np.uint16, check_integer("raw", raw, 0, 0xFFFF))

@@ -2,9 +2,11 @@
 # Installs the built library into a fresh prefix and builds two C consumers
 # against it, one through the CMake package and one through pkg-config, then
 # runs both.
-#   install_and_consume.sh <build dir> <this source dir> <work dir> <C compiler>
+# With the radimo tool built (<with cli> = 1), the installed program runs from
+# the prefix, finding the installed library through its run path.
+#   install_and_consume.sh <build dir> <this source dir> <work dir> <C compiler> <with cli>
 set -euo pipefail
-build=$1 here=$2 work=$3 cc=$4
+build=$1 here=$2 work=$3 cc=$4 with_cli=$5
 
 rm -rf "$work"
 prefix=$work/prefix
@@ -30,3 +32,14 @@ libdir=$(pkg-config --variable=libdir radimo)
 "$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$here/consumer.c" \
       $(pkg-config --cflags --libs radimo) -lm -Wl,-rpath,"$libdir"
 "$work/pc_consumer"
+# The examples build as their comments say.
+for example in measure_rect raw_to_celsius double_point; do
+    # shellcheck disable=SC2046
+    "$cc" -std=c99 -Wall -Wextra -Werror -o "$work/$example" "$here/../../examples/$example.c" \
+          $(pkg-config --cflags --libs radimo) -lm
+done
+
+if [ "$with_cli" = 1 ]; then
+    version=$(pkg-config --modversion radimo)
+    [ "$("$prefix/bin/radimo" --version)" = "radimo $version (libradimo V$version)" ]
+fi

@@ -1,5 +1,10 @@
 """Shared camera data for the binding's tests: a high-gain NUC table, KT/BT arrays in the
-usual index range, an environment tau table and a raw correction table (version-3 grid)."""
+usual index range, an environment tau table and a raw correction table (version-3 grid); and the
+demo camera written by the radimo tool."""
+import json
+import os
+import subprocess
+
 import numpy as np
 import pytest
 
@@ -42,3 +47,29 @@ def correct_table():
     temps, dists = radimo.data_table("target_temp_table_v3"), radimo.data_table("dist_table_v3")
     tau = np.exp(-np.sqrt(dists)[None, :] * 0.006 * (1 + 0.05 * np.log(temps / 300.0))[:, None])
     return np.concatenate([header, _q14(tau).ravel()])
+
+
+# ---- Camera profiles ------------------------------------------------------------------------------
+
+RADIMO_EXE = os.environ.get("RADIMO_EXE")  # the radimo tool, when it is built
+
+
+@pytest.fixture(scope="session")
+def demo(tmp_path_factory):
+    """The directory `radimo demo` writes: camera/ (the demo camera's profile) and raw.tiff."""
+    if not RADIMO_EXE:
+        pytest.skip("the radimo tool is not built (RADIMO_EXE unset)")
+    out = tmp_path_factory.mktemp("demo")
+    subprocess.run([RADIMO_EXE, "demo", "--out", str(out)], check=True, stdout=subprocess.DEVNULL)
+    return out
+
+
+def read_tiff(path):
+    """The frames of a TIFF written by the radimo tool as one array, and each frame's vtemp."""
+    image = pytest.importorskip("PIL.Image").open(path)
+    frames, vtemps = [], []
+    for page in range(image.n_frames):
+        image.seek(page)
+        frames.append(np.array(image))
+        vtemps.append(json.loads(image.tag_v2[270]).get("vtemp"))
+    return np.stack(frames), vtemps

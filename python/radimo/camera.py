@@ -1,0 +1,168 @@
+"""A camera loaded from a camera profile directory, converting whole frames and stacks of frames.
+
+    cam = radimo.Camera("demo/camera")          # camera.json, nuc_table.bin, kt.bin, bt.bin, ...
+    celsius = cam.to_celsius(raw)               # (H, W) or (N, H, W) uint16 -> float32 degC
+    objects = cam.to_celsius(raw, vtemp=[7200, 9600], scene_correct=True)
+
+Frames go through the library's whole-frame functions (radimo_frame_temp_measure, then
+radimo_frame_to_celsius or radimo_frame_scene_correct), one call per frame; their results equal the
+per-pixel temp_measure_with_NUC_value and the single-value corrections. C-contiguous uint16 frames
+are passed without a copy, and ctypes releases the GIL during every call, so threads converting
+different frames (or dask blocks) run in parallel.
+"""
+from ctypes import byref, c_float, c_int16, c_uint16
+from pathlib import Path
+
+import numpy as np
+
+from . import _records as R
+from ._arrays import check_integer, pointer
+from ._lib import call
+from ._profile import read_profile
+from .correction import Scene
+from .measure import measure_line, measure_point, measure_rect
+from .nuc import KtBt
+
+
+class Camera:
+    """A camera profile directory (docs/formats.md, "Camera profile"), loaded and checked.
+
+    Attributes: ``path``, ``name``, ``width``, ``height``, ``gain`` ("high" or "low"),
+    ``nuc_factor`` ((c0, c1, c2) or None), ``vtemp`` (the focal-plane reading of frames that do not
+    carry their own), ``ktbt`` (a KtBt with K_Temp, B_Temp, Address_CA and the kt/bt arrays),
+    ``nuc_table`` (8192 uint16, 1/16 K), ``correct_table`` (the raw correction table with its header
+    switches applied, or None), ``env_tau`` (the environment tau table or None) and ``scene`` (a
+    Scene: emissivity, distance, humidity, ambient and reflected temperature). A profile that fails
+    a check raises ValueError naming the file and the field, as the radimo tool reports it.
+    """
+
+    def __init__(self, profile_dir):
+        p = read_profile(profile_dir)
+        self.path = Path(profile_dir)
+        self.name, self.width, self.height = p["name"], p["width"], p["height"]
+        self.gain, self.nuc_factor, self.vtemp = p["gain"], p["nuc_factor"], p["vtemp"]
+        self.ktbt = KtBt(p["K_Temp"], p["B_Temp"], p["Address_CA"], p["kt"], p["bt"])
+        self.nuc_table = p["nuc_table"]
+        self.correct_table = p["correct_table"]
+        self.env_tau = p["env_tau"]
+        self.scene = Scene(**p["scene"])
+
+    def __repr__(self):
+        return (f"Camera({str(self.path)!r}: {self.width}x{self.height}, {self.gain} gain, "
+                f"{self.ktbt.kt.size}-entry KT/BT, vtemp {self.vtemp})")
+
+    @property
+    def resolution(self):
+        """The library's resolution word: width | height << 16."""
+        return self.width | (self.height << 16)
+
+    def ktbt_index(self, vtemp):
+        """KT/BT index that focal-plane readings select, clamped as the correction clamps it."""
+        vtemp = check_integer("vtemp", vtemp, 0, 0xFFFF)
+        k = self.ktbt
+        fpa_max = 16383 if k.kt.size == 3601 else 4095
+        fpa = np.clip(((vtemp * k.K_Temp + 8192) >> 14) + k.B_Temp, 0, fpa_max)
+        index = np.clip(fpa - k.Address_CA - 1, 0, k.kt.size - 1)
+        return int(index) if index.ndim == 0 else index
+
+    # ---- Whole frames -----------------------------------------------------------------------
+
+    def _frames(self, raw, vtemp):
+        """raw as an (N, H, W) uint16 view (a copy only when it is not uint16) and N vtemps."""
+        array = np.asarray(raw)
+        if array.ndim not in (2, 3) or array.shape[-2:] != (self.height, self.width):
+            raise ValueError(f"raw must be one {self.height} x {self.width} frame (H, W) or a stack "
+                             f"(N, H, W) of them for this camera, got shape {array.shape}")
+        if array.dtype != np.uint16:
+            array = check_integer("raw", array, 0, 0xFFFF).astype(np.uint16)
+        stack = array.reshape((1,) + array.shape) if array.ndim == 2 else array
+        if vtemp is None:
+            vtemp = self.vtemp
+        vtemps = check_integer("vtemp", vtemp, 0, 0xFFFF)
+        if vtemps.ndim == 0:
+            vtemps = np.full(len(stack), vtemps)
+        elif array.ndim == 2 or vtemps.shape != (len(stack),):
+            raise ValueError(f"vtemp must be one reading or one per frame ({len(stack)}), "
+                             f"got shape {vtemps.shape}")
+        return array.shape, stack, vtemps.tolist()
+
+    def _measure(self, frame, vtemp, temp):
+        """radimo_frame_temp_measure of one frame into temp (1/16 K)."""
+        frame = np.ascontiguousarray(frame)  # a copy only for a strided view
+        k = self.ktbt
+        param = R.ktbt_correct_param_t(k.K_Temp, k.B_Temp, k.Address_CA, pointer(k.kt, c_uint16),
+                                       pointer(k.bt, c_int16), vtemp)
+        call("radimo_frame_temp_measure", byref(param), k.kt.size, pointer(self.nuc_table, c_uint16),
+             self.nuc_table.size, pointer(frame, c_uint16), self.resolution, 0, self.height,
+             pointer(temp, c_uint16))
+
+    def to_kelvin16(self, raw, vtemp=None):
+        """Apparent temperatures in 1/16 K (uint16; degC = v / 16 - 273.15) of raw frames: the KT/BT
+        correction at each frame's focal-plane reading, then the NUC table. vtemp: None (the camera's),
+        one reading, or one per frame of a stack."""
+        shape, stack, vtemps = self._frames(raw, vtemp)
+        out = np.empty((len(stack), self.height, self.width), dtype=np.uint16)
+        for frame, v, temp in zip(stack, vtemps, out):
+            self._measure(frame, v, temp)
+        return out.reshape(shape)
+
+    def to_celsius(self, raw, vtemp=None, scene_correct=False, scene=None):
+        """Temperatures in degC (float32, the shape of raw) of one raw frame (H, W) or a stack
+        (N, H, W): the apparent temperature, or with scene_correct=True the object temperature
+        through the enhanced-distance correction of the camera's correct_table for its scene (or
+        the Scene given). vtemp: None (the camera's), one reading, or one per frame of a stack."""
+        if scene is not None and not scene_correct:
+            raise ValueError("scene is used by the scene correction only: pass scene_correct=True")
+        if scene_correct:
+            if self.correct_table is None:
+                raise ValueError(f"{self.path}: the scene correction needs a camera with a correct_table")
+            scene = self.scene if scene is None else scene
+            if not isinstance(scene, Scene):
+                raise ValueError("scene must be a radimo.Scene")
+            if scene.dist > 1000.0:
+                raise ValueError("dist must lie within [0, 1000] for the scene correction")
+            record, table = scene.record(), pointer(self.correct_table, c_uint16)
+        shape, stack, vtemps = self._frames(raw, vtemp)
+        out = np.empty((len(stack), self.height, self.width), dtype=np.float32)
+        temp = np.empty((self.height, self.width), dtype=np.uint16)
+        temp_ptr = pointer(temp, c_uint16)
+        for frame, v, celsius in zip(stack, vtemps, out):
+            self._measure(frame, v, temp)
+            if scene_correct:
+                call("radimo_frame_scene_correct", byref(record), table, temp_ptr, self.resolution, 0,
+                     self.height, pointer(celsius, c_float))
+            else:
+                call("radimo_frame_to_celsius", None, 0, temp_ptr, self.resolution, 0, self.height,
+                     pointer(celsius, c_float))
+        return out.reshape(shape)
+
+    # ---- Measurements on a raw frame (values in 1/16 K) --------------------------------------
+
+    def measure_point(self, raw, x, y, vtemp=None):
+        """Trimmed 3 x 3 mean (1/16 K) of the apparent temperatures of one raw frame at (x, y)."""
+        return measure_point(self._one_frame(raw, vtemp), x, y)
+
+    def measure_line(self, raw, start, end, vtemp=None):
+        """Maximum, minimum and average (1/16 K) along a line of one raw frame."""
+        return measure_line(self._one_frame(raw, vtemp), start, end)
+
+    def measure_rect(self, raw, origin, size, vtemp=None):
+        """Maximum, minimum and average (1/16 K) inside a rectangle of one raw frame."""
+        return measure_rect(self._one_frame(raw, vtemp), origin, size)
+
+    def _one_frame(self, raw, vtemp):
+        if np.ndim(raw) != 2:
+            raise ValueError("measurements take one raw frame (H, W)")
+        return self.to_kelvin16(raw, vtemp)
+
+
+def kelvin16_to_celsius(values):
+    """degC (float32) of 1/16 K temperatures, by the library's rule (value * 0.0625 in single
+    precision, minus 273.15 in double precision)."""
+    values = check_integer("values", values, 0, 0xFFFF)
+    scaled = values.astype(np.float32) * np.float32(0.0625)
+    result = (scaled.astype(np.float64) - 273.15).astype(np.float32)
+    return result.item() if result.ndim == 0 else result
+
+
+__all__ = ["Camera", "kelvin16_to_celsius"]
