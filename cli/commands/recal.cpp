@@ -97,20 +97,21 @@ float reading_of_nuc(const CameraProfile &camera, uint16_t nuc, unsigned mode) {
     return object;
 }
 
+// The KT/BT correction of a raw response, in the form of the camera's arrays.
 uint16_t corrected_nuc(const CameraProfile &camera, uint16_t raw, uint16_t vtemp) {
     const ktbt_correct_param_t k = camera.ktbt_param(vtemp);
     uint16_t nuc = 0;
-    check_library(ktbt_correct_process(&k, raw, &nuc), "ktbt_correct_process");
+    if (camera.long_ktbt())
+        check_library(ktbt_correct_process_with_version3(&k, raw, &nuc),
+                      "ktbt_correct_process_with_version3");
+    else
+        check_library(ktbt_correct_process(&k, raw, &nuc), "ktbt_correct_process");
     return nuc;
 }
 
 // The apparent temperature (no scene correction) of a raw response.
 float apparent_reading(const CameraProfile &camera, uint16_t raw, uint16_t vtemp) {
-    uint16_t temp = 0;
-    const ktbt_correct_param_t k = camera.ktbt_param(vtemp);
-    check_library(temp_measure_with_NUC_value(&k, camera.nuc_table.data(), raw, &temp),
-                  "temp_measure_with_NUC_value");
-    return celsius_of_kelvin16(temp);
+    return reading_of_nuc(camera, corrected_nuc(camera, raw, vtemp), kNoSceneCorrection);
 }
 
 void check_new_directory(const std::string &output, const std::string &input) {
@@ -119,8 +120,13 @@ void check_new_directory(const std::string &output, const std::string &input) {
         fail_usage("-o " + output + ": the new profile must not replace the camera it is made from");
 }
 
+// The user points of the multi-point calibration go through the 1201-entry
+// form of the KT/BT correction.
 void check_ktbt_length(const CameraProfile &camera) {
-    if (camera.long_ktbt()) fail_usage("the recalibration works on cameras with 1201-entry KT/BT arrays");
+    if (camera.long_ktbt())
+        fail_usage(
+            "recal multi-point works on cameras with 1201-entry KT/BT arrays (this camera's have 3601); "
+            "double-point and --lens-change take either");
 }
 
 // A blackbody reference: true temperature, vtemp, and the raw response
@@ -182,7 +188,6 @@ void write_new_profile(const CameraProfile &camera, const std::string &output) {
 void run_double_point(const DoublePointOptions &o) {
     check_new_directory(o.output, o.camera.dir);
     CameraProfile camera = *o.camera.load();
-    check_ktbt_length(camera);
     const Reference high = parse_reference("--high", o.high, o.at);
     const Reference low = parse_reference("--low", o.low, o.at);
     // Two lines are fitted through the references: they must be two distinct points.
@@ -254,7 +259,7 @@ void run_multi_point(const MultiPointOptions &o) {
         fail_usage("--point: give at least " + std::string(lens_change ? "three" : "two") +
                    " calibration points READ,TRUE");
     CameraProfile camera = *o.camera.load();
-    check_ktbt_length(camera);
+    if (!lens_change) check_ktbt_length(camera);
     const std::optional<CameraProfile> lens =
         lens_change ? std::optional(load_lens_change_profile(o.lens_change, camera)) : std::nullopt;
     const unsigned mode = lens_change ? kNoSceneCorrection : o.mode;

@@ -99,11 +99,7 @@ TEST_F(Commands, ConvertWithLongKtbtArraysUsesTheirCorrection) {
                      static_cast<uint16_t>(camera.kt.back() + 900));  // entries the short form never reads
     camera.bt.resize(3601, static_cast<int16_t>(camera.bt.back() - 70));
     camera.vtemp = 30000;  // an index beyond the 1201 entries of the short arrays
-    {
-        AtomicDirectory dir(path("long"));
-        write_profile(camera, dir);
-        dir.commit();
-    }
+    write_camera(camera, "long");
     const Frame raw = raw_frame(16, 12, 9);
     write_frames("raw.pgm", {raw});
     ASSERT_EQ(radimo("convert raw.pgm --camera long --to kelvin16 -o k16.tiff").exit_code, 0);
@@ -213,59 +209,68 @@ TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {
     EXPECT_EQ(load_profile(path("user")).nuc_table, table);
 }
 
+// For both lengths of KT/BT arrays.
 TEST_F(Commands, LensChangeChainMatchesTheLibraryAndReadsTheBlackbodiesTrue) {
-    CameraProfile camera = write_small_camera();
-    // Raw responses of the 90 and 30 degC blackbodies through a lens of less transmission.
-    const RunResult dp = radimo(
-        "recal double-point --lens-change --camera camera --high 90,9600,10112 --low 30,7200,6512 -o lens");
-    ASSERT_EQ(dp.exit_code, 0) << dp.err;
-    second_cal_param_t param{camera.scene, camera.second_calib_param()};
-    second_calib_param_t &p = param.second_calib_param;
-    p.high_vtemp = 9600;
-    p.low_vtemp = 7200;
-    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10112, 9600));
-    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6512, 7200));
-    p.target_high_celsius = 90.0f;
-    p.target_low_celsius = 30.0f;
-    uint16_t unused = 0;
-    const multi_point_calib_array_t held{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(), &unused,
-                                         0};
-    std::vector<uint16_t> kt(1201);
-    std::vector<int16_t> bt(1201);
-    two_point_calib_result_t fresh{kt.data(), bt.data()};
-    ASSERT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&param, &held, &fresh), RADIMO_SUCCESS);
-    const CameraProfile lens = load_profile(path("lens"));
-    EXPECT_EQ(lens.kt, kt);
-    EXPECT_EQ(lens.bt, bt);
-    // The report's last column: what the camera reads after, within 0.1 K of the truth.
-    for (const char *source : {"high ", "low "}) {
-        const std::size_t at = dp.out.find(source);
-        ASSERT_NE(at, std::string::npos) << dp.out;
-        float truth = 0.0f, after = 0.0f;
-        ASSERT_EQ(std::sscanf(dp.out.c_str() + at + 4, "%f %*u %*u %*f %f", &truth, &after), 2) << dp.out;
-        EXPECT_NEAR(after, truth, 0.1f) << dp.out;
-    }
+    const CameraProfile small = write_small_camera();
+    for (const std::size_t entries : {1201, 3601}) {
+        CameraProfile camera = small;
+        camera.kt.resize(entries, camera.kt.back());
+        camera.bt.resize(entries, camera.bt.back());
+        const std::string n = std::to_string(entries);
+        write_camera(camera, "camera" + n);
+        // Raw responses of the 90 and 30 degC blackbodies through a lens of less transmission.
+        const RunResult dp = radimo("recal double-point --lens-change --camera camera" + n +
+                                    " --high 90,9600,10112 --low 30,7200,6512 -o lens" + n);
+        ASSERT_EQ(dp.exit_code, 0) << dp.err;
+        second_cal_param_t param{camera.scene, camera.second_calib_param()};
+        second_calib_param_t &p = param.second_calib_param;
+        p.high_vtemp = 9600;
+        p.low_vtemp = 7200;
+        p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10112, 9600));
+        p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6512, 7200));
+        p.target_high_celsius = 90.0f;
+        p.target_low_celsius = 30.0f;
+        uint16_t unused = 0;
+        const multi_point_calib_array_t held{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
+                                             &unused, 0};
+        std::vector<uint16_t> kt(entries);
+        std::vector<int16_t> bt(entries);
+        two_point_calib_result_t fresh{kt.data(), bt.data()};
+        ASSERT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&param, &held, &fresh),
+                  RADIMO_SUCCESS);
+        const CameraProfile lens = load_profile(path("lens" + n));
+        EXPECT_EQ(lens.kt, kt);
+        EXPECT_EQ(lens.bt, bt);
+        // The report's last column: what the camera reads after, within 0.1 K of the truth.
+        for (const char *source : {"high ", "low "}) {
+            const std::size_t at = dp.out.find(source);
+            ASSERT_NE(at, std::string::npos) << dp.out;
+            float truth = 0.0f, after = 0.0f;
+            ASSERT_EQ(std::sscanf(dp.out.c_str() + at + 4, "%f %*u %*u %*f %f", &truth, &after), 2) << dp.out;
+            EXPECT_NEAR(after, truth, 0.1f) << dp.out;
+        }
 
-    ASSERT_EQ(radimo("recal multi-point --camera camera --lens-change lens --point 24.3,25 --point 44,45 "
-                     "--point 63.4,65 -o user")
-                  .exit_code,
-              0);
-    multi_point_temp_t temps[3] = {{24.3f, 25.0f}, {44.0f, 45.0f}, {63.4f, 65.0f}};
-    std::vector<multi_point_nuc_t> points(3);
-    p.cur_vtemp = camera.vtemp;
-    for (int i = 0; i < 3; ++i)
-        ASSERT_EQ(
-            multi_point_calc_user_defined_nuc_in_change_lens(&param, &held, &fresh, &temps[i], &points[i]),
-            RADIMO_SUCCESS);
-    std::vector<uint16_t> old(16384, camera.nuc_table.back()), table(16384);
-    std::copy(camera.nuc_table.begin(), camera.nuc_table.end(), old.begin());
-    ASSERT_EQ(multi_point_calc_new_nuc_table_in_change_lens(old.data(), points.data(), 3, table.data()),
-              RADIMO_SUCCESS);
-    table.resize(8192);
-    const CameraProfile user = load_profile(path("user"));
-    EXPECT_EQ(user.nuc_table, table);
-    EXPECT_EQ(user.kt, kt);
-    EXPECT_EQ(read_u16_file(path("camera/kt.bin")), camera.kt);
+        ASSERT_EQ(radimo("recal multi-point --camera camera" + n + " --lens-change lens" + n +
+                         " --point 24.3,25 --point 44,45 --point 63.4,65 -o user" + n)
+                      .exit_code,
+                  0);
+        multi_point_temp_t temps[3] = {{24.3f, 25.0f}, {44.0f, 45.0f}, {63.4f, 65.0f}};
+        std::vector<multi_point_nuc_t> points(3);
+        p.cur_vtemp = camera.vtemp;
+        for (int i = 0; i < 3; ++i)
+            ASSERT_EQ(multi_point_calc_user_defined_nuc_in_change_lens(&param, &held, &fresh, &temps[i],
+                                                                       &points[i]),
+                      RADIMO_SUCCESS);
+        std::vector<uint16_t> old(16384, camera.nuc_table.back()), table(16384);
+        std::copy(camera.nuc_table.begin(), camera.nuc_table.end(), old.begin());
+        ASSERT_EQ(multi_point_calc_new_nuc_table_in_change_lens(old.data(), points.data(), 3, table.data()),
+                  RADIMO_SUCCESS);
+        table.resize(8192);
+        const CameraProfile user = load_profile(path("user" + n));
+        EXPECT_EQ(user.nuc_table, table);
+        EXPECT_EQ(user.kt, kt);
+        EXPECT_EQ(load_profile(path("camera" + n)).kt, camera.kt);
+    }
 }
 
 TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
