@@ -38,6 +38,20 @@ uint16_t kelvin16_of_raw(const CameraProfile &camera, uint16_t raw, uint16_t vte
     return t;
 }
 
+// The double-point record of blackbodies at 90 degC (vtemp 9600) and 30 degC
+// (vtemp 7200) with these raw responses, as the recal commands are given them.
+second_cal_param_t blackbodies_record(const CameraProfile &camera, uint16_t high_raw, uint16_t low_raw) {
+    second_cal_param_t param{camera.scene, camera.second_calib_param()};
+    second_calib_param_t &p = param.second_calib_param;
+    p.high_vtemp = 9600;
+    p.low_vtemp = 7200;
+    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, high_raw, 9600));
+    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, low_raw, 7200));
+    p.target_high_celsius = 90.0f;
+    p.target_low_celsius = 30.0f;
+    return param;
+}
+
 using Commands = CliTest;
 
 TEST_F(Commands, DemoReadsTheSceneWithinHalfAKelvinAndMarksTheMug) {
@@ -174,14 +188,7 @@ TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {
         radimo("recal double-point --camera camera --high 90,9600,10450 --low 30,7200,6700 --mode 5 -o new")
             .exit_code,
         0);
-    second_cal_param_t param{camera.scene, camera.second_calib_param()};
-    second_calib_param_t &p = param.second_calib_param;
-    p.high_vtemp = 9600;
-    p.low_vtemp = 7200;
-    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10450, 9600));
-    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6700, 7200));
-    p.target_high_celsius = 90.0f;
-    p.target_low_celsius = 30.0f;
+    second_cal_param_t param = blackbodies_record(camera, 10450, 6700);
     const multi_point_calib_array_t arrays{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
                                            camera.correct_table.data(), 0};
     std::vector<uint16_t> kt(1201);
@@ -222,14 +229,7 @@ TEST_F(Commands, LensChangeChainMatchesTheLibraryAndReadsTheBlackbodiesTrue) {
         const RunResult dp = radimo("recal double-point --lens-change --camera camera" + n +
                                     " --high 90,9600,10112 --low 30,7200,6512 -o lens" + n);
         ASSERT_EQ(dp.exit_code, 0) << dp.err;
-        second_cal_param_t param{camera.scene, camera.second_calib_param()};
-        second_calib_param_t &p = param.second_calib_param;
-        p.high_vtemp = 9600;
-        p.low_vtemp = 7200;
-        p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10112, 9600));
-        p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6512, 7200));
-        p.target_high_celsius = 90.0f;
-        p.target_low_celsius = 30.0f;
+        second_cal_param_t param = blackbodies_record(camera, 10112, 6512);
         uint16_t unused = 0;
         const multi_point_calib_array_t held{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
                                              &unused, 0};
@@ -256,7 +256,7 @@ TEST_F(Commands, LensChangeChainMatchesTheLibraryAndReadsTheBlackbodiesTrue) {
                   0);
         multi_point_temp_t temps[3] = {{24.3f, 25.0f}, {44.0f, 45.0f}, {63.4f, 65.0f}};
         std::vector<multi_point_nuc_t> points(3);
-        p.cur_vtemp = camera.vtemp;
+        param.second_calib_param.cur_vtemp = camera.vtemp;
         for (int i = 0; i < 3; ++i)
             ASSERT_EQ(multi_point_calc_user_defined_nuc_in_change_lens(&param, &held, &fresh, &temps[i],
                                                                        &points[i]),
