@@ -30,7 +30,7 @@ struct RenderOptions {
 };
 
 std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
-    const std::vector<double> v = parse_numbers(option, text, 2);
+    const std::vector<double> v = parse_temperatures(option, text, 2);
     if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
     return {static_cast<float>(v[0]), static_cast<float>(v[1])};
 }

@@ -88,7 +88,8 @@ void run_lookup(const LookupOptions &o) {
                     camera.ktbt_index(vtemp), corrected, static_cast<double>(celsius_of_kelvin16(measured)));
         return;
     }
-    const float t = static_cast<float>(*o.temp);
+    const auto t =
+        static_cast<float>(checked_number("--temp", *o.temp, kColdestCelsius, kHottestCelsius, " degC"));
     uint16_t nuc = 0, raw = 0;
     check_library(reverse_calc_NUC_with_nuc_t(table, &nuc, t), "reverse_calc_NUC_with_nuc_t");
     if (camera.long_ktbt())
@@ -120,8 +121,8 @@ void run_tau(const TauOptions &o) {
     } else {
         fail_usage("--format " + o.format + ": expected standard, new or v3");
     }
-    if (!(o.hum >= 0.0 && o.hum <= 1.0)) fail_usage("--air-humidity: must be 0..1");
-    if (!(o.air >= -40.0 && o.air <= 60.0)) fail_usage("--air-temp: must be -40..60 degC");
+    checked_number("--air-humidity", o.hum, 0.0, 1.0);
+    checked_number("--air-temp", o.air, -40.0, 60.0, " degC");
     if (o.ems_correction < 0 || o.ems_correction > 3) fail_usage("--ems-correction: must be 0 (off) or 1..3");
     if (o.hum_correction < 0 || o.hum_correction > 3) fail_usage("--hum-correction: must be 0 (off) or 1..3");
     header.ems_enable = o.ems_correction > 0 ? 1 : 0;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 #include "core/errors.h"
 
@@ -53,6 +54,23 @@ std::vector<double> parse_numbers(const std::string &option, const std::string &
 
 std::vector<long> parse_integers(const std::string &option, const std::string &text, std::size_t count) {
     return parse_list<long>(option, text, count, "integers");
+}
+
+double checked_number(const std::string &option, double value, double lo, double hi, const char *unit) {
+    if (!std::isfinite(value) || value < lo || value > hi) {
+        char text[160];
+        std::snprintf(text, sizeof text, "%s %g: must be a number in %g..%g%s", option.c_str(), value, lo, hi,
+                      unit);
+        fail_usage(text);
+    }
+    return value;
+}
+
+std::vector<double> parse_temperatures(const std::string &option, const std::string &text,
+                                       std::size_t count) {
+    std::vector<double> values = parse_numbers(option, text, count);
+    for (double v : values) checked_number(option, v, kColdestCelsius, kHottestCelsius, " degC");
+    return values;
 }
 
 std::optional<FrameSize> parse_optional_size(const std::string &option, const std::string &text) {

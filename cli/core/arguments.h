@@ -13,6 +13,16 @@ namespace radimo::cli {
 std::vector<double> parse_numbers(const std::string &option, const std::string &text, std::size_t count);
 std::vector<long> parse_integers(const std::string &option, const std::string &text, std::size_t count);
 
+// The temperatures in degC that a 1/16 K value can stand for.
+constexpr double kColdestCelsius = -273.15;
+constexpr double kHottestCelsius = 65535.0 / 16.0 - 273.15;
+
+// `value`, given to `option`, unless it is NaN, infinite or outside lo..hi
+// (then a usage error naming the option, the value and the range).
+double checked_number(const std::string &option, double value, double lo, double hi, const char *unit = "");
+// Exactly `count` temperatures in degC, each within kColdestCelsius..kHottestCelsius.
+std::vector<double> parse_temperatures(const std::string &option, const std::string &text, std::size_t count);
+
 struct FrameSize {
     int width = 0;
     int height = 0;

@@ -1,19 +1,21 @@
 #include "core/camera_options.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "core/errors.h"
 
 namespace radimo::cli {
 
-void CameraOptions::add_to(CLI::App &command, bool required, bool with_scene_correct) {
+void CameraOptions::add_to(CLI::App &command, bool required, bool with_scene_correct, bool with_vtemp) {
     auto *camera =
         command.add_option("--camera", dir, "Camera profile directory (camera.json and its tables)");
     if (required) camera->required();
     command.add_option("--set", set,
                        "Override a camera.json field, e.g. --set ktbt.K_Temp=4100 (repeatable)");
-    command.add_option("--vtemp", vtemp,
-                       "Focal-plane reading for every frame (overrides the frames' and camera.json)");
+    if (with_vtemp)
+        command.add_option("--vtemp", vtemp,
+                           "Focal-plane reading for every frame (overrides the frames' and camera.json)");
     command.add_option("--ems", ems, "Emissivity 0..1 (camera.json scene.emissivity)");
     command.add_option("--dist", dist, "Object distance in metres (scene.distance_m)");
     command.add_option("--hum", hum, "Relative humidity 0..1 (scene.humidity)");
@@ -47,7 +49,7 @@ std::optional<CameraProfile> CameraOptions::load() const {
 
 std::optional<uint16_t> CameraOptions::forced_vtemp() const {
     if (!vtemp) return std::nullopt;
-    if (*vtemp < 0 || *vtemp > 65535 || *vtemp != static_cast<double>(static_cast<long>(*vtemp)))
+    if (!std::isfinite(*vtemp) || *vtemp < 0 || *vtemp > 65535 || *vtemp != std::floor(*vtemp))
         fail_usage("--vtemp: must be an integer 0..65535");
     return static_cast<uint16_t>(*vtemp);
 }

@@ -19,8 +19,9 @@ struct CameraOptions {
     std::optional<double> vtemp, ems, dist, hum, ta, tu;
     bool scene_correct = false;
 
-    // Adds the options to a command; `with_scene_correct` adds --scene-correct.
-    void add_to(CLI::App &command, bool required, bool with_scene_correct);
+    // Adds the options to a command; `with_scene_correct` adds --scene-correct,
+    // `with_vtemp` --vtemp (for commands whose frames take a focal-plane reading).
+    void add_to(CLI::App &command, bool required, bool with_scene_correct, bool with_vtemp = true);
     bool given() const { return !dir.empty(); }
     // The profile with its overrides applied and checked; nullopt without --camera.
     std::optional<CameraProfile> load() const;

@@ -1,5 +1,7 @@
 #include "core/conversion.h"
 
+#include <algorithm>
+
 #include "core/errors.h"
 #include "libradimo.h"
 
@@ -15,6 +17,29 @@ Frame frame_like(const Frame &source, Unit unit) {
     out.unit = unit;
     out.unit_from_file = true;
     return out;
+}
+
+// The whole-frame functions take sides of 1 .. 32767 pixels. Every
+// conversion here is pixel by pixel, so a frame with a longer side is
+// handed over as rows of kMaxSide pixels (and a shorter last row): calls
+// `run(offset, resolution, rows)` over all of the frame's pixels.
+constexpr uint32_t kMaxSide = 32767;
+
+template <class Run>
+void for_each_run(const Frame &frame, Run run) {
+    if (frame.pixels() == 0) return;
+    if (static_cast<uint32_t>(frame.width) <= kMaxSide && static_cast<uint32_t>(frame.height) <= kMaxSide) {
+        run(0, frame.resolution(), static_cast<uint32_t>(frame.height));
+        return;
+    }
+    for (std::size_t offset = 0; offset < frame.pixels();) {
+        const std::size_t left = frame.pixels() - offset;
+        const std::size_t rows = std::min<std::size_t>(left / kMaxSide, kMaxSide);
+        const uint32_t width = rows > 0 ? kMaxSide : static_cast<uint32_t>(left);
+        const uint32_t height = rows > 0 ? static_cast<uint32_t>(rows) : 1;
+        run(offset, width | height << 16, height);
+        offset += std::size_t{width} * height;
+    }
 }
 
 }  // namespace
@@ -45,20 +70,13 @@ Frame FrameConverter::apparent(const Frame &raw, const std::string &name) const 
     Frame out = frame_like(raw, Unit::kKelvin16);
     out.samples.resize(raw.pixels());
     const ktbt_correct_param_t ktbt = camera.ktbt_param(vtemp_of(raw));
-    const uint16_t *table = camera.nuc_table.data();
-    if (camera.long_ktbt()) {
-        for (std::size_t i = 0; i < raw.pixels(); ++i) {
-            uint16_t nuc = 0;
-            check_library(ktbt_correct_process_with_version3(&ktbt, raw.samples[i], &nuc),
-                          "ktbt_correct_process_with_version3");
-            check_library(remap_temp(table, nuc, &out.samples[i]), "remap_temp");
-        }
-    } else {
-        for (std::size_t i = 0; i < raw.pixels(); ++i) {
-            const int rc = temp_measure_with_NUC_value(&ktbt, table, raw.samples[i], &out.samples[i]);
-            if (rc != RADIMO_SUCCESS) check_library(rc, "temp_measure_with_NUC_value");
-        }
-    }
+    for_each_run(raw, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
+        check_library(radimo_frame_temp_measure(
+                          &ktbt, static_cast<uint32_t>(camera.kt.size()), camera.nuc_table.data(),
+                          static_cast<uint32_t>(camera.nuc_table.size()), raw.samples.data() + offset,
+                          resolution, 0, rows, out.samples.data() + offset),
+                      "radimo_frame_temp_measure");
+    });
     return out;
 }
 
@@ -66,10 +84,12 @@ Frame FrameConverter::corrected(const Frame &kelvin16) const {
     const CameraProfile &camera = *settings_.camera;
     Frame out = frame_like(kelvin16, Unit::kCelsius);
     out.celsius.resize(kelvin16.pixels());
-    check_library(enhance_distance_raw_temp_correct_lattice(
-                      &camera.scene, camera.correct_table.data(), 0, kelvin16.samples.data(),
-                      static_cast<uint32_t>(kelvin16.pixels()), out.celsius.data()),
-                  "enhance_distance_raw_temp_correct_lattice");
+    for_each_run(kelvin16, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
+        check_library(radimo_frame_scene_correct(&camera.scene, camera.correct_table.data(),
+                                                 kelvin16.samples.data() + offset, resolution, 0, rows,
+                                                 out.celsius.data() + offset),
+                      "radimo_frame_scene_correct");
+    });
     return out;
 }
 
@@ -99,7 +119,14 @@ Frame FrameConverter::convert(const Frame &frame, Unit unit, const std::string &
                 return source.celsius[i];
         }
     };
-    if (unit == Unit::kCelsius) {
+    if (unit == Unit::kCelsius && source.unit == Unit::kKelvin16) {
+        out.celsius.resize(n);
+        for_each_run(source, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
+            check_library(radimo_frame_to_celsius(nullptr, 0, source.samples.data() + offset, resolution, 0,
+                                                  rows, out.celsius.data() + offset),
+                          "radimo_frame_to_celsius");
+        });
+    } else if (unit == Unit::kCelsius) {
         out.celsius.resize(n);
         for (std::size_t i = 0; i < n; ++i) out.celsius[i] = static_cast<float>(celsius_at(i));
     } else {

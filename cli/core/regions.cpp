@@ -92,7 +92,7 @@ const char *kind_name(Region::Kind kind) {
 }
 
 threshold_t parse_alarm(const std::string &text) {
-    const std::vector<double> v = parse_numbers("--alarm", text, 2);
+    const std::vector<double> v = parse_temperatures("--alarm", text, 2);
     if (v[0] < v[1]) fail_usage("--alarm " + text + ": HIGH must not be below LOW");
     return {kelvin16_of_celsius(v[0]), kelvin16_of_celsius(v[1])};
 }

@@ -60,10 +60,14 @@ CameraProfile CliTest::write_small_camera(int width, int height) const {
     CameraProfile camera = demo::demo_camera();
     camera.width = width;
     camera.height = height;
-    AtomicDirectory out(dir_ / "camera");
+    write_camera(camera, "camera");
+    return camera;
+}
+
+void CliTest::write_camera(const CameraProfile &camera, const std::string &name) const {
+    AtomicDirectory out(dir_ / name);
     write_profile(camera, out);
     out.commit();
-    return camera;
 }
 
 Frame raw_frame(int width, int height, unsigned seed) {

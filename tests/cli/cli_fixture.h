@@ -36,6 +36,8 @@ protected:
 
     // The demo camera cut down to a small sensor, written as profile "camera".
     CameraProfile write_small_camera(int width = 16, int height = 12) const;
+    // A profile written as directory `name`.
+    void write_camera(const CameraProfile &camera, const std::string &name) const;
     void write_frames(const std::string &name, const std::vector<Frame> &frames) const;
 
 private:

@@ -1,5 +1,6 @@
 // The radimo program on small generated files: its numbers against direct
 // library calls on the same data, and every failure's exit code.
+#include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -35,6 +36,20 @@ uint16_t kelvin16_of_raw(const CameraProfile &camera, uint16_t raw, uint16_t vte
     uint16_t t = 0;
     EXPECT_EQ(temp_measure_with_NUC_value(&k, camera.nuc_table.data(), raw, &t), RADIMO_SUCCESS);
     return t;
+}
+
+// The double-point record of blackbodies at 90 degC (vtemp 9600) and 30 degC
+// (vtemp 7200) with these raw responses, as the recal commands are given them.
+second_cal_param_t blackbodies_record(const CameraProfile &camera, uint16_t high_raw, uint16_t low_raw) {
+    second_cal_param_t param{camera.scene, camera.second_calib_param()};
+    second_calib_param_t &p = param.second_calib_param;
+    p.high_vtemp = 9600;
+    p.low_vtemp = 7200;
+    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, high_raw, 9600));
+    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, low_raw, 7200));
+    p.target_high_celsius = 90.0f;
+    p.target_low_celsius = 30.0f;
+    return param;
 }
 
 using Commands = CliTest;
@@ -98,11 +113,7 @@ TEST_F(Commands, ConvertWithLongKtbtArraysUsesTheirCorrection) {
                      static_cast<uint16_t>(camera.kt.back() + 900));  // entries the short form never reads
     camera.bt.resize(3601, static_cast<int16_t>(camera.bt.back() - 70));
     camera.vtemp = 30000;  // an index beyond the 1201 entries of the short arrays
-    {
-        AtomicDirectory dir(path("long"));
-        write_profile(camera, dir);
-        dir.commit();
-    }
+    write_camera(camera, "long");
     const Frame raw = raw_frame(16, 12, 9);
     write_frames("raw.pgm", {raw});
     ASSERT_EQ(radimo("convert raw.pgm --camera long --to kelvin16 -o k16.tiff").exit_code, 0);
@@ -177,14 +188,7 @@ TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {
         radimo("recal double-point --camera camera --high 90,9600,10450 --low 30,7200,6700 --mode 5 -o new")
             .exit_code,
         0);
-    second_cal_param_t param{camera.scene, camera.second_calib_param()};
-    second_calib_param_t &p = param.second_calib_param;
-    p.high_vtemp = 9600;
-    p.low_vtemp = 7200;
-    p.actual_high_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 10450, 9600));
-    p.actual_low_celsius = celsius_of_kelvin16(kelvin16_of_raw(camera, 6700, 7200));
-    p.target_high_celsius = 90.0f;
-    p.target_low_celsius = 30.0f;
+    second_cal_param_t param = blackbodies_record(camera, 10450, 6700);
     const multi_point_calib_array_t arrays{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
                                            camera.correct_table.data(), 0};
     std::vector<uint16_t> kt(1201);
@@ -210,6 +214,63 @@ TEST_F(Commands, RecalibrationsMatchTheLibraryAndKeepTheInput) {
     ASSERT_EQ(multi_point_calc_new_nuc_table(old.data(), points.data(), 2, table.data()), RADIMO_SUCCESS);
     table.resize(8192);
     EXPECT_EQ(load_profile(path("user")).nuc_table, table);
+}
+
+// For both lengths of KT/BT arrays.
+TEST_F(Commands, LensChangeChainMatchesTheLibraryAndReadsTheBlackbodiesTrue) {
+    const CameraProfile small = write_small_camera();
+    for (const std::size_t entries : {1201, 3601}) {
+        CameraProfile camera = small;
+        camera.kt.resize(entries, camera.kt.back());
+        camera.bt.resize(entries, camera.bt.back());
+        const std::string n = std::to_string(entries);
+        write_camera(camera, "camera" + n);
+        // Raw responses of the 90 and 30 degC blackbodies through a lens of less transmission.
+        const RunResult dp = radimo("recal double-point --lens-change --camera camera" + n +
+                                    " --high 90,9600,10112 --low 30,7200,6512 -o lens" + n);
+        ASSERT_EQ(dp.exit_code, 0) << dp.err;
+        second_cal_param_t param = blackbodies_record(camera, 10112, 6512);
+        uint16_t unused = 0;
+        const multi_point_calib_array_t held{camera.kt.data(), camera.bt.data(), camera.nuc_table.data(),
+                                             &unused, 0};
+        std::vector<uint16_t> kt(entries);
+        std::vector<int16_t> bt(entries);
+        two_point_calib_result_t fresh{kt.data(), bt.data()};
+        ASSERT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&param, &held, &fresh),
+                  RADIMO_SUCCESS);
+        const CameraProfile lens = load_profile(path("lens" + n));
+        EXPECT_EQ(lens.kt, kt);
+        EXPECT_EQ(lens.bt, bt);
+        // The report's last column: what the camera reads after, within 0.1 K of the truth.
+        for (const char *source : {"high ", "low "}) {
+            const std::size_t at = dp.out.find(source);
+            ASSERT_NE(at, std::string::npos) << dp.out;
+            float truth = 0.0f, after = 0.0f;
+            ASSERT_EQ(std::sscanf(dp.out.c_str() + at + 4, "%f %*u %*u %*f %f", &truth, &after), 2) << dp.out;
+            EXPECT_NEAR(after, truth, 0.1f) << dp.out;
+        }
+
+        ASSERT_EQ(radimo("recal multi-point --camera camera" + n + " --lens-change lens" + n +
+                         " --point 24.3,25 --point 44,45 --point 63.4,65 -o user" + n)
+                      .exit_code,
+                  0);
+        multi_point_temp_t temps[3] = {{24.3f, 25.0f}, {44.0f, 45.0f}, {63.4f, 65.0f}};
+        std::vector<multi_point_nuc_t> points(3);
+        param.second_calib_param.cur_vtemp = camera.vtemp;
+        for (int i = 0; i < 3; ++i)
+            ASSERT_EQ(multi_point_calc_user_defined_nuc_in_change_lens(&param, &held, &fresh, &temps[i],
+                                                                       &points[i]),
+                      RADIMO_SUCCESS);
+        std::vector<uint16_t> old(16384, camera.nuc_table.back()), table(16384);
+        std::copy(camera.nuc_table.begin(), camera.nuc_table.end(), old.begin());
+        ASSERT_EQ(multi_point_calc_new_nuc_table_in_change_lens(old.data(), points.data(), 3, table.data()),
+                  RADIMO_SUCCESS);
+        table.resize(8192);
+        const CameraProfile user = load_profile(path("user" + n));
+        EXPECT_EQ(user.nuc_table, table);
+        EXPECT_EQ(user.kt, kt);
+        EXPECT_EQ(load_profile(path("camera" + n)).kt, camera.kt);
+    }
 }
 
 TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
@@ -252,6 +313,28 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         {"recal double-point --camera camera --high 90,9600,100 --low 30,7200,100 -o x", 2,
          "same raw response"},
         {"convert raw.tiff --camera camera --to fahrenheit", 2, "expected celsius, kelvin16 or centikelvin"},
+        {"recal multi-point --camera camera --lens-change camera --point 40,41 --point 70,69 -o x", 2,
+         "at least three"},
+        {"recal multi-point --camera camera --lens-change zero --point 30,31 --point 40,41 --point 70,69 -o "
+         "x",
+         2, "not a lens-change recalibration of --camera"},
+        {"recal double-point --lens-change --mode 5 --camera camera --high 90,9600,1 --low 30,7200,2 -o x", 2,
+         "excludes"},
+        // Float inputs: NaN, infinities and values out of range.
+        {"measure raw.tiff --camera camera --ems nan", 2, "scene.emissivity"},
+        {"measure raw.tiff --camera camera --dist inf", 2, "scene.distance_m"},
+        {"measure raw.tiff --camera camera --ta -300", 2, "scene.ambient_c"},
+        {"measure raw.tiff --camera camera --tu 1e39", 2, "scene.reflected_c"},
+        {"measure raw.tiff --camera camera --set scene.humidity=1e400", 2, "scene.humidity"},
+        {"convert raw.tiff --camera camera --vtemp nan -o x.tiff", 2, "--vtemp: must be an integer"},
+        {"measure k16.tiff --alarm inf,10", 2, "expected 2 comma-separated numbers"},
+        {"measure k16.tiff --alarm 5000,10", 2, "--alarm 5000: must be a number in -273.15..3822.79 degC"},
+        {"render k16.tiff -o p.png --range nan,40", 2, "expected 2 comma-separated numbers"},
+        {"render k16.tiff -o p.png --isotherm -300,40", 2, "--isotherm -300: must be a number"},
+        {"table lookup --camera camera --temp nan", 2, "--temp nan: must be a number"},
+        {"table tau -o t.bin --air-humidity inf", 2, "--air-humidity inf: must be a number in 0..1"},
+        {"recal double-point --camera camera --high 1e9,9600,1 --low 30,7200,2 -o x", 2, "--high 1e+09"},
+        {"recal multi-point --camera camera --point 40,-nan --point 70,69 -o x", 2, "--point 40,-nan"},
         {"frobnicate", 2, ""},
     };
     for (const auto &c : cases) {
