@@ -48,18 +48,6 @@ INSTANTIATE_TEST_SUITE_P(BothUnits, NucRebuild,
                                            multi_point_calc_new_nuc_table_with_version3),
                          [](const auto &info) { return info.index == 0 ? "HalfNuc" : "FullNuc"; });
 
-TEST(NucTableRebuild, ShiftedPointsShiftTheTableAndClampAsymmetrically) {
-    const std::vector<uint16_t> old = linear_table(kLen, 100, 3);  // 100 .. 49249
-    std::vector<uint16_t> table = old, out(kLen);
-    multi_point_nuc_t points[] = {{2200, 2000}, {10200, 10000}};  // +100 in half NUC units
-    ASSERT_EQ(multi_point_calc_new_nuc_table(table.data(), points, 2, out.data()), RADIMO_SUCCESS);
-    EXPECT_EQ(out[2200 / 2], old[2000 / 2]);
-    for (uint32_t j = 100; j < kLen; ++j) ASSERT_EQ(out[j], old[j - 100]) << j;
-    // Below the first point the table extrapolates to 3j - 200.
-    EXPECT_THAT(std::vector<uint16_t>({out[0], out[66], out[67], out[99]}),
-                ElementsAre(49249, 49249, 100, 100));
-}
-
 TEST(NucTableRebuild, SettingBoundsOfTheTwoUnits) {
     std::vector<uint16_t> table = linear_table(kLen, 1000, 2), out(kLen);
     auto run = [&](Rebuild f, uint16_t s) {

@@ -100,17 +100,4 @@ TEST(InfoPrintersDeathTest, OverflowAbortsInsteadOfTruncating) {
     EXPECT_DEATH(radimo_error_info("%s", text.c_str()), "overflows");
 }
 
-TEST(LogCaptureFixture, SplitsThePrefixAndRestoresPrinters) {
-    const radimo_printer_t before = radimo_error_print;
-    {
-        radimo::test::LogCapture log;
-        provoke_error();
-        ASSERT_EQ(log.lines().size(), 1u);
-        EXPECT_GT(log.errors()[0].line, 0);
-        EXPECT_THAT(log.error_trace(),
-                    ElementsAre("src/libradimo/get_array_average_value: num is invalid\n"));
-    }
-    EXPECT_EQ(radimo_error_print, before);
-}
-
 }  // namespace

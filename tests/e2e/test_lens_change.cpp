@@ -30,21 +30,14 @@ constexpr SimulatedCamera::Lens kNewLens{0.96, 80.0, 0.03};
 constexpr uint32_t kNoScene = 8;  // the camera reads apparent temperatures
 constexpr env_correct_param_t kScene{1.0f, 1.0f, 0.5f, 23.0f, 23.0f};
 
-struct Blackbody {
-    float celsius;
-    uint16_t vtemp;
-};
-const Blackbody kLow{30.0f, SimulatedCamera::vtemp_of_index(480)};
-const Blackbody kHigh{90.0f, SimulatedCamera::vtemp_of_index(520)};
-const uint16_t kPointVtemp = SimulatedCamera::vtemp_of_index(500);
+constexpr SimulatedCamera::Blackbody kLow{30.0f, SimulatedCamera::vtemp_of_index(480)};
+constexpr SimulatedCamera::Blackbody kHigh{90.0f, SimulatedCamera::vtemp_of_index(520)};
+constexpr uint16_t kPointVtemp = SimulatedCamera::vtemp_of_index(500);
 constexpr float kUserPoints[] = {25.0f, 45.0f, 65.0f, 85.0f, 105.0f};
 
 struct LensChange {
     LensChange() { camera.change_lens(kNewLens); }
 
-    float apparent(float celsius, uint16_t vtemp) const {
-        return camera.apparent_reading(camera.raw_of(celsius, vtemp, kScene, kNoScene), vtemp);
-    }
     // Largest |reading - truth| of a camera over both blackbodies and, unless
     // only those are asked for, 30 .. 100 degC at the points' vtemp.
     static float worst_error(const SimulatedCamera &c, bool blackbodies_only = false) {
@@ -73,15 +66,8 @@ struct LensChange {
     }
     // Steps 1 and 2.
     void recalibrate() {
-        record.second_calib_param = camera.calib_param();
-        second_calib_param_t &p = record.second_calib_param;
-        p.low_vtemp = kLow.vtemp;
-        p.high_vtemp = kHigh.vtemp;
-        p.actual_low_celsius = apparent(kLow.celsius, kLow.vtemp);
-        p.actual_high_celsius = apparent(kHigh.celsius, kHigh.vtemp);
-        p.target_low_celsius = kLow.celsius;
-        p.target_high_celsius = kHigh.celsius;
-        p.cur_vtemp = kPointVtemp;
+        record.second_calib_param = camera.blackbody_record(kLow, kHigh, kScene, kScene, kNoScene);
+        record.second_calib_param.cur_vtemp = kPointVtemp;
         const multi_point_calib_array_t held = camera.calib_arrays(kNoScene);
         two_point_calib_result_t result{kt.data(), bt.data()};
         ASSERT_EQ(new_ktbt_recal_double_point_calculate_in_change_lens(&record, &held, &result),
@@ -93,7 +79,8 @@ struct LensChange {
         const two_point_calib_result_t fresh{kt.data(), bt.data()};
         std::vector<multi_point_nuc_t> out;
         for (std::size_t i = 0; i < std::size(kUserPoints); ++i) {
-            multi_point_temp_t temp{apparent(kUserPoints[i], kPointVtemp) + noise[i], kUserPoints[i]};
+            const uint16_t raw = camera.raw_of(kUserPoints[i], kPointVtemp, kScene, kNoScene);
+            multi_point_temp_t temp{camera.apparent_reading(raw, kPointVtemp) + noise[i], kUserPoints[i]};
             multi_point_nuc_t nuc{};
             EXPECT_EQ(multi_point_calc_user_defined_nuc_in_change_lens(&record, &held, &fresh, &temp, &nuc),
                       RADIMO_SUCCESS);
@@ -104,8 +91,7 @@ struct LensChange {
     // Step 4 through either rebuild (the points by value: the piecewise one sorts them in place).
     using Rebuild = int (*)(uint16_t *, multi_point_nuc_t *, uint32_t, uint16_t *);
     std::vector<uint16_t> rebuilt(Rebuild rebuild, std::vector<multi_point_nuc_t> pts) const {
-        std::vector<uint16_t> old(16384, camera.nuc_table[8191]), table(16384);
-        std::copy_n(camera.nuc_table.begin(), 8192, old.begin());
+        std::vector<uint16_t> old = camera.working_copy(), table(16384);
         EXPECT_EQ(rebuild(old.data(), pts.data(), static_cast<uint32_t>(pts.size()), table.data()),
                   RADIMO_SUCCESS);
         return table;

@@ -22,13 +22,10 @@ namespace {
 
 using radimo::test::SimulatedCamera;
 
-struct Blackbody {
-    float celsius;
-    uint16_t vtemp;  // focal-plane reading while the camera looked at it
-};
-const Blackbody kLow{30.0f, SimulatedCamera::vtemp_of_index(480)};
-const Blackbody kHigh{90.0f, SimulatedCamera::vtemp_of_index(520)};
-const Blackbody kBetween{60.0f, SimulatedCamera::vtemp_of_index(500)};  // not used to calibrate
+using Blackbody = SimulatedCamera::Blackbody;
+constexpr Blackbody kLow{30.0f, SimulatedCamera::vtemp_of_index(480)};
+constexpr Blackbody kHigh{90.0f, SimulatedCamera::vtemp_of_index(520)};
+constexpr Blackbody kBetween{60.0f, SimulatedCamera::vtemp_of_index(500)};  // not used to calibrate
 
 // Scenes in front of the blackbodies: close and nearly black.
 constexpr env_correct_param_t kNear{0.5f, 0.97f, 0.5f, 23.0f, 23.0f};
@@ -47,31 +44,18 @@ struct Session {
     env_correct_param_t low_scene;
 };
 
-// Step 1 and 2: what the recalibration is told.
-second_calib_param_t measurements(const SimulatedCamera &camera, const Session &s) {
-    second_calib_param_t p = camera.calib_param();
-    p.high_vtemp = kHigh.vtemp;
-    p.low_vtemp = kLow.vtemp;
-    p.actual_high_celsius =
-        camera.apparent_reading(camera.raw_of(kHigh.celsius, kHigh.vtemp, s.high_scene, s.mode), kHigh.vtemp);
-    p.actual_low_celsius =
-        camera.apparent_reading(camera.raw_of(kLow.celsius, kLow.vtemp, s.low_scene, s.mode), kLow.vtemp);
-    p.target_high_celsius = kHigh.celsius;
-    p.target_low_celsius = kLow.celsius;
-    return p;
-}
-
 // The arrays a recalibration writes.
 struct NewArrays {
     std::vector<uint16_t> kt = std::vector<uint16_t>(SimulatedCamera::kEntries);
     std::vector<int16_t> bt = std::vector<int16_t>(SimulatedCamera::kEntries);
 };
 
-// Step 3: recalibrate; the caller installs the new arrays.
+// Steps 1 to 3: what the recalibration is told, and the recalibration; the caller installs the new arrays.
 int recalibrate(SimulatedCamera &camera, const Session &s, NewArrays *out) {
     two_point_calib_result_t result{out->kt.data(), out->bt.data()};
     multi_point_calib_array_t arrays = camera.calib_arrays(s.mode);
-    advanced_second_cal_param_t two_scenes{s.high_scene, s.low_scene, measurements(camera, s)};
+    advanced_second_cal_param_t two_scenes{
+        s.high_scene, s.low_scene, camera.blackbody_record(kLow, kHigh, s.low_scene, s.high_scene, s.mode)};
     switch (s.entry) {
         case EntryPoint::kOneScene: {
             second_cal_param_t one_scene{s.high_scene, two_scenes.second_calib_param};
@@ -143,7 +127,9 @@ TEST(DoublePointRecalibration, ThreeRangesFromOneRangesMeasurement) {
         r.drift(kGainDrift, kOffsetDrift);
         before.push_back(errors(r, s));
     }
-    advanced_second_cal_param_t scenes{s.high_scene, s.low_scene, measurements(ranges[1], s)};
+    advanced_second_cal_param_t scenes{
+        s.high_scene, s.low_scene,
+        ranges[1].blackbody_record(kLow, kHigh, s.low_scene, s.high_scene, s.mode)};
     multi_point_calib_array_v3_t arrays{{ranges[0].kt.data(), ranges[1].kt.data(), ranges[2].kt.data()},
                                         {ranges[0].bt.data(), ranges[1].bt.data(), ranges[2].bt.data()},
                                         ranges[1].nuc_table.data(),
@@ -183,7 +169,7 @@ TEST(DoublePointRecalibration, ThreeRangesFromOneRangesMeasurement) {
 //      8192-entry table (continued flat) and the first 8192 entries are kept;
 //   4. the recalibrated arrays and the new table are installed.
 
-const uint16_t kPointVtemp = SimulatedCamera::vtemp_of_index(500);
+constexpr uint16_t kPointVtemp = SimulatedCamera::vtemp_of_index(500);
 
 struct UserPoint {
     float celsius;  // the object's true temperature
@@ -210,17 +196,9 @@ std::vector<multi_point_nuc_t> user_points(SimulatedCamera &camera, const NewArr
     return points;
 }
 
-// The rebuild's 16384-entry working copy of an 8192-entry table.
-std::vector<uint16_t> working_copy(const std::vector<uint16_t> &table) {
-    std::vector<uint16_t> copy(16384, table[8191]);
-    std::copy_n(table.begin(), 8192, copy.begin());
-    return copy;
-}
-
 // Step 3 (the points are passed by value: the rebuild sorts them in place).
-std::vector<uint16_t> rebuilt_table(const std::vector<uint16_t> &table,
-                                    std::vector<multi_point_nuc_t> points) {
-    std::vector<uint16_t> old = working_copy(table), rebuilt(16384);
+std::vector<uint16_t> rebuilt_table(const SimulatedCamera &camera, std::vector<multi_point_nuc_t> points) {
+    std::vector<uint16_t> old = camera.working_copy(), rebuilt(16384);
     EXPECT_EQ(multi_point_calc_new_nuc_table(old.data(), points.data(), static_cast<uint32_t>(points.size()),
                                              rebuilt.data()),
               RADIMO_SUCCESS);
@@ -250,7 +228,7 @@ TEST(UserCalibrationPoints, TheCameraReadsTheSetTemperatures) {
     for (uint32_t mode : {8u, 5u}) {
         RecalibratedCamera r(mode);
         const std::vector<multi_point_nuc_t> points = user_points(r.camera, r.fresh, mode);
-        const std::vector<uint16_t> table = rebuilt_table(r.camera.nuc_table, points);
+        const std::vector<uint16_t> table = rebuilt_table(r.camera, points);
         r.camera.install(r.fresh.kt, r.fresh.bt);
         r.camera.install_nuc_table(table.data());
         for (const UserPoint &u : kUserPoints) {
@@ -279,7 +257,7 @@ TEST(OnePointCorrection, RebuildsOnlyTheChosenStretch) {
         multi_point_calc_one_point_correct(r.camera.nuc_table.data(), points.data(), 3, corrected.data()),
         RADIMO_SUCCESS);
     const std::size_t from = sorted[0].setting_nuc >> 1, to = sorted[2].setting_nuc >> 1;
-    const std::vector<uint16_t> full = rebuilt_table(old, sorted);
+    const std::vector<uint16_t> full = rebuilt_table(r.camera, sorted);
     for (std::size_t i = 0; i < 8192; ++i)
         EXPECT_EQ(corrected[i], i >= from && i < to ? full[i] : old[i]) << i;
     EXPECT_NE(std::vector<uint16_t>(corrected.begin() + from, corrected.begin() + to),

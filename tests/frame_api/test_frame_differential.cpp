@@ -55,12 +55,6 @@ TestFrame shaped(int shape, uint16_t w, uint16_t h) {
 }
 constexpr int kShapes = 6;
 
-std::string messages(const radimo::test::LogCapture &log) {
-    std::string all;
-    for (const auto &l : log.lines()) all += l.printer + " " + l.where_what();
-    return all;
-}
-
 TEST(FrameDifferential, TargetIsTheForcedOne) {
     const char *forced = std::getenv("RADIMO_SIMD");
     if (forced != nullptr && std::strcmp(forced, "avx2") != 0) {
@@ -148,11 +142,11 @@ TEST(FrameDifferential, LinesMatchTheLiteralRule) {
         temp_result_t got{}, want{};
         radimo::test::LogCapture log_got;
         const int rc = fns[kind](f.data(), f.resolution(), a, b, &got);
-        const std::string got_lines = messages(log_got);
+        const std::vector<std::string> got_lines = log_got.printed();
         log_got.clear();
         const int want_rc = literal::line(kind, f.data(), f.resolution(), a, b, &want);
         ASSERT_EQ(rc, want_rc);
-        ASSERT_EQ(got_lines, messages(log_got));
+        ASSERT_EQ(got_lines, log_got.printed());
         ASSERT_EQ(summary(got), summary(want))
             << kind << " (" << a.x << "," << a.y << ")-(" << b.x << "," << b.y << ")";
     }
@@ -228,17 +222,17 @@ TEST(FrameDifferential, SceneCorrectionMatchesTheLatticeVariant) {
             radimo::test::LogCapture log;
             const int rc =
                 radimo_frame_scene_correct(&scene, table->data(), f.data(), f.resolution(), 2, 4, got.data());
-            std::string got_lines = messages(log);
+            std::vector<std::string> got_lines = log.printed();
             log.clear();
             const int want_rc = enhance_distance_raw_temp_correct_lattice(
                 &scene, table->data(), 0, f.data() + first, n, want.data() + first);
-            std::string want_lines = messages(log);
-            for (auto *s : {&got_lines, &want_lines}) {  // the function's own name differs, nothing else
-                for (const char *name :
-                     {"radimo_frame_scene_correct", "enhance_distance_raw_temp_correct_lattice"})
-                    for (size_t at; (at = s->find(name)) != std::string::npos;)
-                        s->replace(at, std::strlen(name), "F");
-            }
+            std::vector<std::string> want_lines = log.printed();
+            for (auto *lines : {&got_lines, &want_lines})  // the function's own name differs, nothing else
+                for (std::string &s : *lines)
+                    for (const char *name :
+                         {"radimo_frame_scene_correct", "enhance_distance_raw_temp_correct_lattice"})
+                        for (size_t at; (at = s.find(name)) != std::string::npos;)
+                            s.replace(at, std::strlen(name), "F");
             ASSERT_EQ(rc, want_rc);
             ASSERT_EQ(got_lines, want_lines);
             ASSERT_EQ(std::memcmp(got.data(), want.data(), got.size() * 4), 0) << "shape " << shape;

@@ -96,6 +96,7 @@ TEST_F(KtbtTest, ReverseCorrection) {
     // Below the offset: -16384 - 8192 wraps to 4294942720; / 21000 = 204521 keeps 7913.
     EXPECT_EQ(reverse(arrays(1201, 21000, 1), p, 600, 0), 7913);
     EXPECT_EQ(reverse(arrays(1201, 8192, 0), p, 600, 16000), 16383);
+    EXPECT_EQ(reverse(arrays(1201, 8193, 0), p, 600, 1), 0);  // 8192 / 8193: the full half step comes off
     // Offset = index: 5000 at index i reverses to 5000 - i - 1. Version 3 is
     // limited by the record's index count (2000), the other form by 1200.
     const Arrays a = index_offsets(3601);

@@ -13,14 +13,6 @@ using ::testing::Contains;
 using ::testing::ElementsAreArray;
 namespace model = radimo::tau_model;
 
-// The value printed by a "<name> = %f" debug line.
-float logged(const radimo::test::LogCapture &log, const std::string &name) {
-    for (const auto &l : log.debugs())
-        if (l.text.rfind(name + " = ", 0) == 0) return std::stof(l.text.substr(name.size() + 3));
-    ADD_FAILURE() << name << " not logged";
-    return NAN;
-}
-
 // The bench's scene and record in the versioned layout.
 struct Versioned {
     explicit Versioned(SecondCalBench &b, uint32_t temp_area = 0) : arrays(b.arrays()) {
@@ -170,8 +162,10 @@ TEST_F(SecondCal, EdgesOfTheRewrite) {
     // away from the calibration indices 299 and 499 leaves the coefficients alone).
     SecondCalBench gain;
     gain.kt[600] = 16000;
+    gain.kt[601] = 256;  // 256 * -32 = -8192: exactly half a step, rounded up to 0
     ASSERT_EQ(gain.run(8), RADIMO_SUCCESS);
     EXPECT_EQ(gain.new_bt[600], -31);
+    EXPECT_EQ(gain.new_bt[601], 0);
     // Length 0: the coefficients are computed, nothing is written.
     SecondCalBench empty(0);
     empty.kt.assign(1201, 16384);
@@ -179,7 +173,7 @@ TEST_F(SecondCal, EdgesOfTheRewrite) {
     log.clear();
     ASSERT_EQ(empty.run(8), RADIMO_SUCCESS);
     EXPECT_TRUE(empty.outputs_untouched());
-    EXPECT_EQ(logged(log, "Bc"), -32.0f);
+    EXPECT_THAT(log.debug_texts(), Contains("Bc = -32.000000\n"));
     // The signed 16-bit entry counter reaches entry 32767 and no further.
     SecondCalBench longer(40000);
     ASSERT_EQ(longer.run(8), RADIMO_SUCCESS);

@@ -49,28 +49,31 @@ TEST_F(NucTest, ForwardLookups) {
                     "src/temp_correct/calc_temperature_with_nuc_t_table_len: nuc_table_len is invalid\n"));
 }
 
+// Worked values that anchor the reference scan of the differential test.
 TEST_F(NucTest, ReverseSearchWorkedValues) {
-    const Table up = rising_by_ten();
+    const Table up = rising_by_ten(), down = radimo::test::reversed(up);
+    Table last(8192, 5000);
+    last.back() = 6000;
     EXPECT_EQ(search(up, celsius(5230)), 246);  // exact entry 123
     EXPECT_THAT(log.debug_texts(),
                 ElementsAre("NUC_MAX=60000,NUC_MIN=4000\n", "nuc_table[0]=4000\n",
                             "target_temp=5230.000000\n", "i=123,nuc_value=246\n", "nuc_table[123]=5230\n"));
     EXPECT_EQ(log.debugs()[0].where_what(),
               "src/temp_correct/reverse_calc_NUC_with_nuc_t: NUC_MAX=60000,NUC_MIN=4000\n");
-    log.clear();
-    EXPECT_EQ(search(up, celsius(5004)), 200);  // nearer entry of 5000 / 5010
-    EXPECT_EQ(search(up, celsius(5005)), 202);  // a tie goes up
-    EXPECT_EQ(log.debug_texts()[3] + log.debug_texts()[4], "nuc_table[100]=5000\nnuc_table[101]=5010\n");
-    const Table down = radimo::test::reversed(up);  // 5010 at 8090, 5000 at 8091: the farther entry is taken
-    EXPECT_EQ(search(down, celsius(5004)), 2 * 8090);
-    EXPECT_EQ(search(down, celsius(5006)), 2 * 8091);
-    log.clear();
-    EXPECT_EQ(search(up, celsius(70000)), 2 * 5600);  // moved to 59999; the log shows the unmoved target
-    EXPECT_EQ(log.debug_texts()[2], "target_temp=70000.000000\n");
-    EXPECT_EQ(search(up, -200.0f), 0);  // moved to 4001
-    Table last(8192, 5000);
-    last.back() = 6000;
-    EXPECT_EQ(search(last, celsius(6000)), 16382);  // the last entry still matches exactly
+    const struct {
+        const Table *table;
+        float temp;
+        int nuc;
+    } cases[] = {
+        {&up, celsius(5004), 200},         // nearer entry of 5000 / 5010
+        {&up, celsius(5005), 202},         // a tie goes up
+        {&down, celsius(5004), 2 * 8090},  // 5010 at 8090, 5000 at 8091: the farther entry is taken
+        {&down, celsius(5006), 2 * 8091},
+        {&up, celsius(70000), 2 * 5600},  // moved to 59999
+        {&up, -200.0f, 0},                // moved to 4001
+        {&last, celsius(6000), 16382},    // the last entry still matches exactly
+    };
+    for (const auto &c : cases) EXPECT_EQ(search(*c.table, c.temp), c.nuc) << c.temp;
 }
 
 TEST_F(NucTest, ReverseSearchFailuresAndTheTableLenForm) {

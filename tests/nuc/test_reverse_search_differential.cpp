@@ -26,7 +26,7 @@ Outcome run(const Table &t, float temp, bool with_len, Plain plain, WithLen len_
     Outcome out;
     out.rc = with_len ? len_form(t.data(), static_cast<uint32_t>(t.size()), &out.nuc, temp)
                       : plain(t.data(), &out.nuc, temp);
-    for (const auto &l : log.lines()) out.messages.push_back(l.printer + " " + l.where_what());
+    out.messages = log.printed();
     return out;
 }
 

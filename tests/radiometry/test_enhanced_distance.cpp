@@ -26,23 +26,22 @@ class EnhancedDistance : public radimo::test::LoggedTest {};
 
 TEST(RawTableView, HeaderWordsAndHumidityOverrideByFormat) {
     uint16_t raw[140] = {7, 0, 0xFFFF, 0xFFFF, 1, 2, 5, 6, 9, 10, 1, 1};
+    const auto fields = [](const correct_table_t &v) {
+        return std::vector<int>{
+            v.header_id,   v.tau_format, v.ems_enable, v.ems_version,          v.hum_enable,
+            v.hum_version, v.reserved_a, v.reserved_b, v.reflected_tmp_enable, v.reflected_tmp_version};
+    };
     const int forced[][3] = {{0, 1, 1},   {257, 1, 1}, {272, 1, 2}, {260, 1, 3}, {275, 1, 3},  {278, 1, 3},
                              {281, 1, 3}, {258, 5, 6}, {273, 5, 6}, {300, 5, 6}, {65535, 5, 6}};
     for (const auto &[format, enable, version] : forced) {
         raw[1] = static_cast<uint16_t>(format);
         const correct_table_t v = radimo::radiometry::raw_table_view(raw);
-        EXPECT_THAT((std::vector<int>{v.header_id, v.tau_format, v.ems_enable, v.ems_version, v.hum_enable,
-                                      v.hum_version, v.reserved_a, v.reserved_b, v.reflected_tmp_enable,
-                                      v.reflected_tmp_version}),
-                    ElementsAre(7, format, 1, 2, enable, version, 9, 10, 1, 1));
+        EXPECT_THAT(fields(v), ElementsAre(7, format, 1, 2, enable, version, 9, 10, 1, 1));
         EXPECT_EQ(v.tau_data, raw + 128);
     }
     raw[3] = 0xFFFE;  // half a marker is no header
     const correct_table_t bare = radimo::radiometry::raw_table_view(raw);
-    EXPECT_THAT((std::vector<int>{bare.header_id, bare.tau_format, bare.ems_enable, bare.ems_version,
-                                  bare.hum_enable, bare.hum_version, bare.reserved_a, bare.reserved_b,
-                                  bare.reflected_tmp_enable, bare.reflected_tmp_version}),
-                ElementsAre(0, 0, 0, 0, 1, 1, 0, 0, 0, 0));
+    EXPECT_THAT(fields(bare), ElementsAre(0, 0, 0, 0, 1, 1, 0, 0, 0, 0));
     EXPECT_EQ(bare.tau_data, raw);
 }
 

@@ -54,9 +54,7 @@ TEST_F(Lattice, LookupsIndexTheirSlots) {
     EXPECT_EQ(r, 7.0f);
     const std::string f = "src/temp_correct/get_precomputed_temp: ";
     const std::string y = "src/temp_correct/get_precomputed_temp_with_y14_temp: ";
-    std::vector<std::string> lines;
-    for (const auto &l : log.lines()) lines.push_back(l.printer + " " + l.where_what());
-    EXPECT_THAT(lines,
+    EXPECT_THAT(log.printed(),
                 ElementsAre("error " + f + "temp is too low\n\n", "error " + f + "temp is too high\n\n",
                             "debug " + f + "precomputed_temp[12501] is invalid\n",
                             "error " + f + "temp is too high\n\n", "error " + y + "temp is too low\n\n",

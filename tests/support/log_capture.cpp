@@ -97,5 +97,8 @@ std::vector<std::string> LogCapture::debug_texts() const {
 std::vector<std::string> LogCapture::error_trace() const {
     return each(errors(), [](const LogLine &l) { return l.where_what(); });
 }
+std::vector<std::string> LogCapture::printed() const {
+    return each(lines_, [](const LogLine &l) { return l.printer + " " + l.where_what(); });
+}
 
 }  // namespace radimo::test

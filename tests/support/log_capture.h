@@ -44,6 +44,8 @@ public:
     std::vector<std::string> debug_texts() const;
     // where_what() of every error line, in order.
     std::vector<std::string> error_trace() const;
+    // "<printer> <where_what()>" of every line, errors and debugs, in order.
+    std::vector<std::string> printed() const;
     void clear() { lines_.clear(); }
 
     void record(const char *printer, const std::string &formatted);

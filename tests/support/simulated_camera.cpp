@@ -71,6 +71,26 @@ multi_point_calib_array_t SimulatedCamera::calib_arrays(uint32_t mode) {
     return {kt.data(), bt.data(), nuc_table.data(), correct_table(mode), 0};
 }
 
+second_calib_param_t SimulatedCamera::blackbody_record(const Blackbody &low, const Blackbody &high,
+                                                       const env_correct_param_t &low_scene,
+                                                       const env_correct_param_t &high_scene,
+                                                       uint32_t mode) const {
+    second_calib_param_t p = calib_param();
+    p.low_vtemp = low.vtemp;
+    p.high_vtemp = high.vtemp;
+    p.actual_low_celsius = apparent_reading(raw_of(low.celsius, low.vtemp, low_scene, mode), low.vtemp);
+    p.actual_high_celsius = apparent_reading(raw_of(high.celsius, high.vtemp, high_scene, mode), high.vtemp);
+    p.target_low_celsius = low.celsius;
+    p.target_high_celsius = high.celsius;
+    return p;
+}
+
+std::vector<uint16_t> SimulatedCamera::working_copy() const {
+    std::vector<uint16_t> copy(16384, nuc_table[kTableEntries - 1]);
+    std::copy_n(nuc_table.begin(), kTableEntries, copy.begin());
+    return copy;
+}
+
 void SimulatedCamera::drift(double gain_error, int offset_error) {
     for (int i = 0; i < kEntries; ++i) {
         kt[i] = static_cast<uint16_t>(std::lround(kt[i] * (1.0 + gain_error)));

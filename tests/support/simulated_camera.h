@@ -54,7 +54,12 @@ public:
     explicit SimulatedCamera(int variant = 0);
 
     // The focal-plane reading that selects KT/BT index i.
-    static uint16_t vtemp_of_index(int index) { return static_cast<uint16_t>(4 * (index + 1500)); }
+    static constexpr uint16_t vtemp_of_index(int index) { return static_cast<uint16_t>(4 * (index + 1500)); }
+    // A blackbody: its true temperature and the focal-plane reading while the camera looked at it.
+    struct Blackbody {
+        float celsius;
+        uint16_t vtemp;
+    };
 
     // The KT/BT mapping and lengths of this camera (no temperatures set).
     second_calib_param_t calib_param() const;
@@ -63,6 +68,13 @@ public:
     uint16_t *correct_table(uint32_t mode);
     // The camera's calibration arrays as the recalibration takes them.
     multi_point_calib_array_t calib_arrays(uint32_t mode);
+    // What a double-point recalibration is told: calib_param() with the two
+    // blackbodies' vtemps, true temperatures and apparent readings through the scenes.
+    second_calib_param_t blackbody_record(const Blackbody &low, const Blackbody &high,
+                                          const env_correct_param_t &low_scene,
+                                          const env_correct_param_t &high_scene, uint32_t mode) const;
+    // The 16384-entry working copy of the installed table that a NUC-table rebuild reads (continued flat).
+    std::vector<uint16_t> working_copy() const;
 
     // A camera that has aged: held gains scaled by (1 + gain_error), held
     // offsets moved by offset_error NUC.
