@@ -68,6 +68,7 @@ void for_some_pixels(Input &in, uint16_t w, Band b, F f) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     Input in(data, size);
     radimo::fuzz::set_up_logging(in);
+    if (radimo_simd_target() == nullptr) std::abort();
     const auto &camera = radimo::fuzz::Camera::get();
     const uint16_t w = extent(in);
     const uint16_t h = extent(in);
@@ -87,14 +88,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
             case 0: {
                 const bool long_ktbt = in.chance(50);
                 const uint32_t ktbt_len = in.chance(95) ? (long_ktbt ? 3601 : 1201) : in.any<uint32_t>();
-                const std::size_t entries = long_ktbt ? 3601 : 1201;
+                const std::size_t entries = long_ktbt || ktbt_len == 3601 ? 3601 : 1201;
                 std::vector<uint16_t> kt(camera.kt.begin(), camera.kt.begin() + entries);
                 std::vector<int16_t> bt(camera.bt.begin(), camera.bt.begin() + entries);
                 if (in.chance(20)) kt = in.values<uint16_t>(entries);
                 if (in.chance(20)) bt = in.values<int16_t>(entries);
                 const bool long_table = in.chance(50);
                 const uint32_t table_len = in.chance(95) ? (long_table ? 16384 : 8192) : in.any<uint32_t>();
-                std::vector<uint16_t> table = long_table ? camera.nuc_table_16k : camera.nuc_table;
+                std::vector<uint16_t> table =
+                    long_table || table_len == 16384 ? camera.nuc_table_16k : camera.nuc_table;
                 if (in.chance(20)) table = in.values<uint16_t>(table.size());
                 ktbt_correct_param_t param{in.mostly<int16_t>(3000, 5000),
                                            in.mostly<int16_t>(-1000, 0),
@@ -108,19 +110,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                                                          b.count, in.ptr(temp.data()));
                 if (!valid) break;
                 check_untouched(temp, w, h, b, kUntouched, rc == RADIMO_SUCCESS);
-                if (rc != RADIMO_SUCCESS || ktbt_len != 1201 || table_len != 8192) break;
+                if (rc != RADIMO_SUCCESS) break;
+                // The per-call correction of the arrays' length, then the table's lookup.
+                const auto correct =
+                    ktbt_len == 1201 ? ktbt_correct_process : ktbt_correct_process_with_version3;
                 for_some_pixels(in, w, b, [&](uint32_t x, uint32_t y) {
-                    uint16_t t = 0;
-                    check(temp_measure_with_NUC_value(&param, table.data(), frame[at(x, y)], &t) ==
-                              RADIMO_SUCCESS &&
-                          t == temp[at(x, y)]);
+                    uint16_t nuc = 0;
+                    check(correct(&param, frame[at(x, y)], &nuc) == RADIMO_SUCCESS && nuc <= 16383 &&
+                          table[table_len == 8192 ? nuc >> 1 : nuc] == temp[at(x, y)]);
                 });
                 break;
             }
             case 1: {
                 const bool long_table = in.chance(50);
                 const uint32_t table_len = in.chance(95) ? (long_table ? 16384 : 8192) : in.any<uint32_t>();
-                std::vector<uint16_t> table = long_table ? camera.nuc_table_16k : camera.nuc_table;
+                std::vector<uint16_t> table =
+                    long_table || table_len == 16384 ? camera.nuc_table_16k : camera.nuc_table;
                 if (in.chance(20)) table = in.values<uint16_t>(table.size());
                 const uint16_t *t = in.chance(30) ? nullptr : table.data();
                 std::vector<float> celsius(pixels, -1.0f);
