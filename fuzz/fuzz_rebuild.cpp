@@ -118,13 +118,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
                 const uint32_t num = in.chance(90) ? in.in<uint32_t>(0, 8) : in.any<uint32_t>();
                 std::vector<multi_point_nuc_t> p = points(in, num & 0xFFFF);
                 std::vector<uint16_t> out(16384);
-                if (in.chance(50)) {
-                    multi_point_calc_new_nuc_table(in.ptr(table.data()), in.ptr(p.data()), num,
-                                                   in.ptr(out.data()));
-                } else {
-                    multi_point_calc_new_nuc_table_with_version3(in.ptr(table.data()), in.ptr(p.data()), num,
-                                                                 in.ptr(out.data()));
+                switch (in.in<int>(0, 2)) {
+                    case 0:
+                        multi_point_calc_new_nuc_table(in.ptr(table.data()), in.ptr(p.data()), num,
+                                                       in.ptr(out.data()));
+                        break;
+                    case 1:
+                        multi_point_calc_new_nuc_table_with_version3(in.ptr(table.data()), in.ptr(p.data()),
+                                                                     num, in.ptr(out.data()));
+                        break;
+                    default:
+                        multi_point_calc_new_nuc_table_in_change_lens(in.ptr(table.data()), in.ptr(p.data()),
+                                                                      num, in.ptr(out.data()));
+                        break;
                 }
+                // The fit alone, through the points' pairs or any values.
+                const uint32_t n = static_cast<uint32_t>(p.size());
+                std::vector<double> x(n + 1), y(n + 1);
+                for (uint32_t i = 0; i < n; ++i) {
+                    x[i] = in.chance(90) ? p[i].setting_nuc : in.bits();
+                    y[i] = in.chance(90) ? p[i].output_nuc : in.bits();
+                }
+                double coefficients[3];
+                ordinary_least_squares(in.ptr(x.data()), in.ptr(y.data()), in.chance(90) ? n : n + 1,
+                                       in.ptr(coefficients));
                 break;
             }
             case 5: {

@@ -98,8 +98,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
         versioned.multi_point_calib_array = version == 2 ? static_cast<void *>(&a.three) : &a.one;
         switch (which) {
             case 0:
-                new_ktbt_recal_double_point_calculate(in.ptr(&one_scene), m, in.ptr(&a.one),
-                                                      in.ptr(&a.result));
+                if (in.chance(50)) {
+                    new_ktbt_recal_double_point_calculate(in.ptr(&one_scene), m, in.ptr(&a.one),
+                                                          in.ptr(&a.result));
+                } else {
+                    new_ktbt_recal_double_point_calculate_in_change_lens(in.ptr(&one_scene), in.ptr(&a.one),
+                                                                         in.ptr(&a.result));
+                }
                 break;
             case 1:
                 advanced_ktbt_recal_double_point_calculate(in.ptr(&scenes), m, in.ptr(&a.one),

@@ -1,21 +1,29 @@
 #!/usr/bin/env python3
 """Writes the committed seed corpora of the fuzzing harnesses.
 
-Each harness reads its input as a stream of choices (fuzz_input.h): a
-plausible value most of the time, an extreme one otherwise. Random byte
-strings of varied lengths therefore already make plausible calls; the
-seeds add the two uniform extremes (all zero bytes, all 0xFF bytes) so
-that every harness starts from its first and last choices as well.
+Each library harness reads its input as a stream of choices
+(fuzz_input.h): a plausible value most of the time, an extreme one
+otherwise. Random byte strings of varied lengths therefore already make
+plausible calls; the seeds add the two uniform extremes (all zero bytes,
+all 0xFF bytes) so that every harness starts from its first and last
+choices as well.
+
+The command-line tool's harnesses read files: their seeds are small valid
+frame files of each format (TIFF of 16-bit and float32 pages, PNG, PGM,
+raw) and camera profiles followed by the choices of their table files.
 
     fuzz/make_seeds.py [corpus dir]   (default: fuzz/corpus next to this file)
 
 The output is deterministic; rerun it after adding a harness.
 """
+import json
 import pathlib
 import random
+import struct
 import sys
+import zlib
 
-HARNESSES = ["frame", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild"]
+HARNESSES = ["frame", "frame_api", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild"]
 LENGTHS = [8, 24, 64, 160, 400, 1024, 2048]
 PER_LENGTH = 2
 
@@ -29,6 +37,106 @@ def seeds(name):
             yield f"random_{length}_{k}", bytes(rng.getrandbits(8) for _ in range(length))
 
 
+def metadata(unit, vtemp=None):
+    text = {"radimo_frame": 1, "unit": unit}
+    if vtemp is not None:
+        text["vtemp"] = vtemp
+    return json.dumps(text, separators=(",", ":"))
+
+
+def samples(width, height, seed):
+    return [(seed * 977 + i * 131) % 65536 for i in range(width * height)]
+
+
+def tiff(pages):
+    """Little-endian strip TIFF; pages are (width, height, float32?, description)."""
+    out = bytearray(b"II*\0\0\0\0\0")
+    link = 4  # where the offset of the next directory goes
+    for k, (width, height, f32, description) in enumerate(pages):
+        if f32:
+            data = struct.pack(f"<{width * height}f", *[20.0 + 0.25 * i for i in range(width * height)])
+        else:
+            data = struct.pack(f"<{width * height}H", *samples(width, height, k))
+        text = description.encode() + b"\0"
+        data_at = len(out)
+        out += data
+        text_at = len(out)
+        out += text
+        if len(out) % 2:
+            out += b"\0"
+        bits = 32 if f32 else 16
+        entries = [(256, 4, width), (257, 4, height), (258, 3, bits), (259, 3, 1), (262, 3, 1),
+                   (270, 2, len(text), text_at), (273, 4, data_at), (277, 3, 1), (278, 4, height),
+                   (279, 4, len(data)), (284, 3, 1), (339, 3, 3 if f32 else 1)]
+        directory = len(out)
+        struct.pack_into("<I", out, link, directory)
+        out += struct.pack("<H", len(entries))
+        for entry in entries:
+            tag, kind, value = entry[0], entry[1], entry[2]
+            if tag == 270:
+                out += struct.pack("<HHII", tag, kind, value, entry[3])
+            elif kind == 3:
+                out += struct.pack("<HHIHH", tag, kind, 1, value, 0)
+            else:
+                out += struct.pack("<HHII", tag, kind, 1, value)
+        link = len(out)
+        out += b"\0\0\0\0"
+    return bytes(out)
+
+
+def png(width, height, description):
+    def chunk(kind, body):
+        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    values = samples(width, height, 3)
+    rows = b"".join(b"\0" + struct.pack(f">{width}H", *values[y * width:(y + 1) * width]) for y in range(height))
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 16, 0, 0, 0, 0)) +
+            chunk(b"tEXt", b"radimo\0" + description.encode()) + chunk(b"IDAT", zlib.compress(rows)) +
+            chunk(b"IEND", b""))
+
+
+def pgm(images):
+    out = b""
+    for k, (width, height, description) in enumerate(images):
+        out += f"P5\n# radimo {description}\n{width} {height}\n65535\n".encode()
+        out += struct.pack(f">{width * height}H", *samples(width, height, k))
+    return out
+
+
+def frame_files():
+    yield "tiff_u16", tiff([(5, 3, False, metadata("nuc", 16000))])
+    yield "tiff_pages", tiff([(4, 2, False, metadata("kelvin16")), (4, 2, False, metadata("kelvin16")),
+                              (3, 3, True, metadata("celsius"))])
+    yield "tiff_float", tiff([(3, 2, True, "")])
+    yield "png", png(5, 4, metadata("centikelvin", 15800))
+    yield "pgm", pgm([(4, 3, metadata("nuc", 16100)), (4, 3, metadata("nuc"))])
+    yield "raw", bytes(range(30))  # 15 frames of 1x1 in the harness
+
+
+def profile(correct_format=None, ems=None, long_ktbt=False):
+    p = {"format_version": 1, "name": "fuzz camera", "resolution": {"width": 32, "height": 24},
+         "gain": "high", "nuc_factor": {"c0": -5645, "c1": 9300000, "c2": 104858}, "vtemp": 6000,
+         "ktbt": {"K_Temp": 4096, "B_Temp": -500, "Address_CA": 999, "entries": 3601 if long_ktbt else 1201,
+                  "kt_file": "kt.bin", "bt_file": "bt.bin"},
+         "nuc_table": {"file": "nuc_table.bin", "entries": 8192}}
+    if correct_format is not None:
+        p["correct_table"] = {"file": "correct_table.bin", "words": 4088, "format": correct_format}
+        if ems is not None:
+            p["correct_table"]["ems_correction"] = {"enable": True, "version": ems}
+        p["env_tau_table"] = {"file": "env_tau.bin", "entries": 3584}
+    p["scene"] = {"emissivity": 0.95, "distance_m": 2.0, "humidity": 0.5, "ambient_c": 23.0, "reflected_c": 23.0}
+    return json.dumps(p, indent=1).encode()
+
+
+def profiles():
+    # The profile text, its end, then (read from the back of the input) the
+    # choices: KT/BT length, one per table file (7 = valid) and the layout
+    # of the correction table, no --set overrides, a vtemp.
+    for label, text, long_ktbt in [("plain", profile(), 0), ("correction", profile(0, 2, True), 1),
+                                   ("correction_v3", profile(300), 0)]:
+        choices = bytes([0x40, 0x17, 0x00, 7, 0 if label == "plain" else 7, 2, 7, 7, 7, long_ktbt])
+        yield label, text + b"\\\n" + choices
+
+
 def main():
     root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).parent / "corpus"
     for name in HARNESSES:
@@ -37,6 +145,13 @@ def main():
         for old in directory.iterdir():
             old.unlink()
         for label, data in seeds(name):
+            (directory / label).write_bytes(data)
+    for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles)]:
+        directory = root / name
+        directory.mkdir(parents=True, exist_ok=True)
+        for old in directory.iterdir():
+            old.unlink()
+        for label, data in generate():
             (directory / label).write_bytes(data)
 
 

@@ -20,10 +20,16 @@ public:
     explicit PgmReader(const fs::path &path) : name_(path.string()) {
         file_ = std::fopen(path.c_str(), "rb");
         if (file_ == nullptr) fail_io(name_ + ": cannot read: " + std::strerror(errno));
-        // Count the images by walking their headers.
+        // Count the images by walking their headers. Seeking past the end
+        // succeeds, so each image is checked against the file size: a header
+        // must not make the reader allocate more than the file holds.
+        std::error_code ec;
+        const uintmax_t size = fs::file_size(path, ec);
+        if (ec) fail_io(name_ + ": cannot read: " + ec.message());
         Frame header;
         while (read_header(header)) {
-            if (std::fseek(file_, static_cast<long>(header.pixels() * 2), SEEK_CUR) != 0)
+            if (std::fseek(file_, static_cast<long>(header.pixels() * 2), SEEK_CUR) != 0 ||
+                static_cast<uintmax_t>(std::ftell(file_)) > size)
                 fail_usage(name_ + ": image " + std::to_string(count_) + " is truncated");
             ++count_;
             skip_space();

@@ -62,6 +62,7 @@ private:
             problem = std::string("not a readable PNG file (") + message.text + ")";
         } else {
             png_init_io(png, file);
+            png_set_user_limits(png, 65535, 65535);
             png_read_info(png, info);
             const int bits = png_get_bit_depth(png, info);
             const int colour = png_get_color_type(png, info);
@@ -72,6 +73,14 @@ private:
             } else {
                 frame.width = static_cast<int>(png_get_image_width(png, info));
                 frame.height = static_cast<int>(png_get_image_height(png, info));
+            }
+            // Deflate expands at most 1032-fold: a file too short for its
+            // header's image is refused before the image is allocated.
+            std::error_code ec;
+            const uintmax_t bytes = fs::file_size(path_, ec);
+            if (problem.empty() && (ec || 2 * static_cast<uintmax_t>(frame.pixels()) > 1032 * bytes)) {
+                problem = "is truncated";
+            } else if (problem.empty()) {
                 png_set_swap(png);  // PNG stores big-endian samples
                 frame.samples.resize(frame.pixels());
                 rows.resize(frame.height);

@@ -75,13 +75,11 @@ public:
                            unit_name(frame.unit));
             frame.unit = Unit::kCelsius;
             frame.unit_from_file = true;
-            frame.celsius.resize(frame.pixels());
-            read_rows(frame.celsius.data(), width, height);
+            read_rows(frame.celsius, width, height);
         } else {
             if (frame.unit == Unit::kCelsius)
                 fail_usage(name_ + ": page " + page() + " holds 16-bit samples but says they are celsius");
-            frame.samples.resize(frame.pixels());
-            read_rows(frame.samples.data(), width, height);
+            read_rows(frame.samples, width, height);
         }
         ++page_;
         return true;
@@ -89,11 +87,17 @@ public:
     std::size_t frame_count() const override { return count_; }
 
 private:
+    // The page grows row by row: a header claiming a huge page costs memory
+    // only for the rows the file really holds.
     template <typename T>
-    void read_rows(T *data, uint32_t width, uint32_t height) {
+    void read_rows(std::vector<T> &data, uint32_t width, uint32_t height) {
+        if (TIFFScanlineSize64(tiff_) != static_cast<uint64_t>(width) * sizeof(T))
+            fail_usage(name_ + ": page " + page() + " has an unusable row layout");
+        std::vector<T> row(width);
         for (uint32_t y = 0; y < height; ++y) {
-            if (TIFFReadScanline(tiff_, data + static_cast<std::size_t>(y) * width, y) != 1)
+            if (TIFFReadScanline(tiff_, row.data(), y) != 1)
                 fail_io(name_ + ": cannot read page " + page() + " (" + tiff_reason() + ")");
+            data.insert(data.end(), row.begin(), row.end());
         }
     }
     std::string page() const { return std::to_string(page_); }

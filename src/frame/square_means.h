@@ -14,12 +14,6 @@
 
 namespace radimo::frame {
 
-// A frame the fast paths accept: both halves of the resolution positive as
-// signed 16-bit numbers (so the signed and unsigned readings agree).
-constexpr bool fast_geometry(const Geometry &g) {
-    return g.width_s16 > 0 && g.height_s16 > 0;
-}
-
 // 3x3 trimmed mean at an in-frame pixel, by the edge rule.
 uint16_t edge_square_mean(const uint16_t *frame, const Geometry &g, int32_t x, int32_t y);
 
@@ -39,12 +33,13 @@ struct RectStats {
     uint64_t count = 0;
 };
 
-// The rectangle must lie inside a frame of fast_geometry.
+// The rectangle must lie inside the frame, whose resolution halves are
+// positive as signed 16-bit numbers (so the signed and unsigned readings agree).
 RectStats rect_stats(const uint16_t *frame, const Geometry &g, int32_t x0, int32_t y0, int32_t w, int32_t h);
 
 // Statistics of the 5-sample horizontal means (a horizontal line's samples)
-// at columns x_begin .. x_begin + n - 1 of row y, all inside a frame of
-// fast_geometry; the positions are those of the line's samples.
+// at columns x_begin .. x_begin + n - 1 of row y, all inside such a frame;
+// the positions are those of the line's samples.
 RectStats row_line_stats(const uint16_t *frame, const Geometry &g, int32_t y, int32_t x_begin, int32_t n);
 
 }  // namespace radimo::frame

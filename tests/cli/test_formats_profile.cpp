@@ -136,6 +136,14 @@ TEST_F(FrameFiles, OnlySixteenBitGreyscaleIsRead) {
     }
 }
 
+TEST_F(FrameFiles, HeaderLargerThanTheFileIsRefusedBeforeAllocating) {
+    // 24 bytes claiming a 7.2 GB image: refused when the file is opened.
+    std::ofstream(path("huge.pgm"), std::ios::binary) << "P5 60000 60000 65535\n" << std::string(2, '\0');
+    const auto [exit, message] = failure([&] { open_frame_file(path("huge.pgm"), std::nullopt); });
+    EXPECT_EQ(exit, Exit::kUsage);
+    EXPECT_NE(message.find("image 0 is truncated"), std::string::npos) << message;
+}
+
 using Profiles = CliTest;
 
 TEST_F(Profiles, WrittenProfileLoadsAsIt) {

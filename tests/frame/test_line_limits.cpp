@@ -39,6 +39,13 @@ TEST_F(LineLimits, CountsBeyondTheirHoldersAreRefusedNotDividedBy) {
          {0, INT32_MAX},
          RADIMO_ERR_VERT_NEIGHB,
          "get_pixel_vert_neighb_array: the point is invalid\n"},
+        // Beyond 2^24 the float slope loses the low bits (here -inf): the rising
+        // line is walked downwards, wrapping past INT32_MIN, to its first point outside.
+        {get_slope_line_temp,
+         {INT32_MIN, INT32_MIN},
+         {INT32_MIN + 52, INT32_MIN + 204},
+         RADIMO_ERR_SLOPE_NEIGHB,
+         "get_pixel_slope_neighb_array: the point is invalid\n"},
     };
     for (const auto &c : cases) {
         log.clear();
