@@ -16,27 +16,27 @@ std::string celsius_label(uint16_t kelvin16) {
 
 Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
     const Frame &c = *request.celsius;
-    PictureSpec spec;
-    spec.width = c.width;
-    spec.height = c.height;
-    spec.celsius = c.celsius.data();
-    spec.palette = request.palette;
-    spec.range = request.range;
-    spec.isotherm = request.isotherm;
-    spec.colour_bar = request.colour_bar;
-    spec.caption = request.caption;
+    PictureSpec drawing;
+    drawing.width = c.width;
+    drawing.height = c.height;
+    drawing.celsius = c.celsius.data();
+    drawing.palette = request.palette;
+    drawing.range = request.range;
+    drawing.isotherm = request.isotherm;
+    drawing.colour_bar = request.colour_bar;
+    drawing.caption = request.caption;
     for (const RegionResult &r : request.regions) {
         const Region &g = r.region;
         switch (g.kind) {
             case Region::Kind::kPoint:
-                spec.points.push_back({g.a.x, g.a.y, g.label + " " + celsius_label(r.result.avg_temp)});
+                drawing.points.push_back({g.a.x, g.a.y, g.label + " " + celsius_label(r.result.avg_temp)});
                 break;
             case Region::Kind::kLine:
-                spec.lines.push_back(
+                drawing.lines.push_back(
                     {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " max " + celsius_label(r.result.max_temp)});
                 break;
             case Region::Kind::kRect:
-                spec.rects.push_back(
+                drawing.rects.push_back(
                     {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " avg " + celsius_label(r.result.avg_temp)});
                 break;
         }
@@ -44,12 +44,14 @@ Picture write_picture(const std::filesystem::path &out, const PictureRequest &re
     if (request.crosshairs) {
         const Region whole{Region::Kind::kRect, {0, 0}, {c.width, c.height}, "frame"};
         const temp_result_t t = measure_region(*request.kelvin16, whole, std::nullopt).result;
-        spec.crosshairs.push_back({t.max_temp_point.x, t.max_temp_point.y, celsius_label(t.max_temp), true});
-        spec.crosshairs.push_back({t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
+        drawing.crosshairs.push_back(
+            {t.max_temp_point.x, t.max_temp_point.y, celsius_label(t.max_temp), true});
+        drawing.crosshairs.push_back(
+            {t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
     }
     Picture picture;
     try {
-        picture = render_picture(spec);
+        picture = render_picture(drawing);
     } catch (const std::runtime_error &e) {
         fail_usage(std::string("cannot render the picture: ") + e.what());
     }

@@ -116,12 +116,12 @@ def _format(fmt, ints, doubles):
             return "%"
         if "*" in (width, precision):
             return match.group(0)
-        spec = "%" + flags + (width or "") + ("." + precision if precision is not None else "")
+        directive = "%" + flags + (width or "") + ("." + precision if precision is not None else "")
         if conv in "eEfFgG":
-            return (spec + conv) % next(doubles)
+            return (directive + conv) % next(doubles)
         raw = next(ints)
         if conv == "s":
-            return (spec + "s") % (ctypes.string_at(raw).decode("utf-8", "replace") if raw else "(null)")
+            return (directive + "s") % (ctypes.string_at(raw).decode("utf-8", "replace") if raw else "(null)")
         if conv == "p":
             return hex(raw)
         bits = 64 if length in ("l", "ll", "z", "j", "t") else 32
@@ -129,8 +129,8 @@ def _format(fmt, ints, doubles):
         if conv in "di" and value >> (bits - 1):
             value -= 1 << bits
         if conv == "c":
-            return (spec + "c") % chr(value & 0xFF)
-        return (spec + conv.replace("i", "d")) % value
+            return (directive + "c") % chr(value & 0xFF)
+        return (directive + conv.replace("i", "d")) % value
 
     return _CONVERSION.sub(one, fmt)
 
