@@ -23,7 +23,7 @@ import struct
 import sys
 import zlib
 
-HARNESSES = ["frame", "frame_api", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild"]
+HARNESSES = ["frame", "frame_api", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild", "regions"]
 LENGTHS = [8, 24, 64, 160, 400, 1024, 2048]
 PER_LENGTH = 2
 
