@@ -983,31 +983,31 @@ enum {
 /** A region of a frame; only the fields of its shape are read. Pointers are caller-owned, read only during
  * the call. */
 typedef struct radimo_region_t {
-    uint32_t shape;          /**< RADIMO_REGION_RECT, _ELLIPSE, _POLYGON or _MASK */
-    point_t origin;          /**< rectangle: top-left pixel (column, row); may lie outside the frame */
-    rect_size_t size;        /**< rectangle: width and height in pixels, each at least 1 */
-    double cx;               /**< ellipse: centre column (pixel coordinates) */
-    double cy;               /**< ellipse: centre row */
-    double rx;               /**< ellipse: radius along the rows (x), pixels, > 0 */
-    double ry;               /**< ellipse: radius along the columns (y), pixels, > 0 */
-    const double *vertices;  /**< polygon: x0, y0, x1, y1, ... in pixel coordinates (2 * vertex_count) */
-    uint32_t vertex_count;   /**< polygon: 3 .. RADIMO_REGION_MAX_VERTICES */
-    const uint8_t *mask;     /**< mask: width * height bytes, row-major; non-zero = inside */
+    uint32_t shape;         /**< RADIMO_REGION_RECT, _ELLIPSE, _POLYGON or _MASK */
+    point_t origin;         /**< rectangle: top-left pixel (column, row); may lie outside the frame */
+    rect_size_t size;       /**< rectangle: width and height in pixels, each at least 1 */
+    double cx;              /**< ellipse: centre column (pixel coordinates) */
+    double cy;              /**< ellipse: centre row */
+    double rx;              /**< ellipse: radius along the rows (x), pixels, > 0 */
+    double ry;              /**< ellipse: radius along the columns (y), pixels, > 0 */
+    const double *vertices; /**< polygon: x0, y0, x1, y1, ... in pixel coordinates (2 * vertex_count) */
+    uint32_t vertex_count;  /**< polygon: 3 .. RADIMO_REGION_MAX_VERTICES */
+    const uint8_t *mask;    /**< mask: width * height bytes, row-major; non-zero = inside */
 } radimo_region_t;
 
 /** Statistics of a region's samples. A band without region pixels gives count 0, max 0, min 65535,
  * positions (-1, -1), mean and stddev 0. */
 typedef struct radimo_region_stats_t {
-    uint16_t max;          /**< largest sample, frame units */
-    uint16_t min;          /**< smallest sample, frame units */
-    point_t max_point;     /**< last position of max in row-major order */
-    point_t min_point;     /**< last position of min in row-major order */
-    uint64_t count;        /**< number of samples (pixels of the region in the band) */
-    uint64_t sum;          /**< sum of the samples; 64-bit, never wraps */
-    uint64_t sum_squares;  /**< sum of the squared samples; never wraps (at most 2^30 samples per frame) */
-    double mean;           /**< sum / count, frame units */
-    double stddev;         /**< population standard deviation, sqrt((count * sum_squares - sum^2) / count^2),
-                                the numerator exact in integers */
+    uint16_t max;         /**< largest sample, frame units */
+    uint16_t min;         /**< smallest sample, frame units */
+    point_t max_point;    /**< last position of max in row-major order */
+    point_t min_point;    /**< last position of min in row-major order */
+    uint64_t count;       /**< number of samples (pixels of the region in the band) */
+    uint64_t sum;         /**< sum of the samples; 64-bit, never wraps */
+    uint64_t sum_squares; /**< sum of the squared samples; never wraps (at most 2^30 samples per frame) */
+    double mean;          /**< sum / count, frame units */
+    double stddev;        /**< population standard deviation, sqrt((count * sum_squares - sum^2) / count^2),
+                               the numerator exact in integers */
 } radimo_region_stats_t;
 
 /** Finds the rows and columns a region covers inside the frame, and checks it as every region function does.
@@ -1034,8 +1034,8 @@ RADIMO_API int radimo_region_stats(const uint16_t *frame, uint32_t resolution, c
                                    uint32_t sampling, uint32_t first_row, uint32_t row_count,
                                    radimo_region_stats_t *stats);
 
-/** Adds the statistics of a later band (in row order) to first: ties take the later positions, as in one scan;
- * mean and stddev are recomputed. The result equals the statistics of both bands measured at once.
+/** Adds the statistics of a later band (in row order) to first: ties take the later positions, as in one
+ * scan; mean and stddev are recomputed. The result equals the statistics of both bands measured at once.
  * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM ("data is NULL") with first untouched. */
 RADIMO_API int radimo_region_stats_merge(radimo_region_stats_t *first, const radimo_region_stats_t *later);
 
@@ -1079,7 +1079,8 @@ RADIMO_API int radimo_counts_histogram(const uint32_t *counts, const double *edg
  * @param counts 65536 entries from radimo_region_counts.
  * @param threshold the pair, high >= low, frame units.
  * @param[out] above, below the two pixel counts.
- * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM: "data is NULL", "threshold is invalid" (high < low). Reentrant. */
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM: "data is NULL", "threshold is invalid" (high < low). Reentrant.
+ */
 RADIMO_API int radimo_counts_threshold(const uint32_t *counts, threshold_t threshold, uint64_t *above,
                                        uint64_t *below);
 
@@ -1104,8 +1105,8 @@ typedef struct radimo_region_object_stats_t {
  * @param frame 1/16 K temperatures, width * height.
  * @param resolution, region, sampling as radimo_region_stats (the whole frame: no band).
  * @param percents percent_count values 0 .. 100 (NULL when percent_count is 0).
- * @param[out] percentiles percent_count object temperatures, degC, by radimo_counts_percentile's rule over the
- * corrected values (NULL when percent_count is 0).
+ * @param[out] percentiles percent_count object temperatures, degC, by radimo_counts_percentile's rule over
+ * the corrected values (NULL when percent_count is 0).
  * @param[out] stats the statistics.
  * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM after a refusal (also "percent is invalid"); a failing correction
  * returns its code after its lines; RADIMO_ERR_ALLOC when the working block (about 1 MB, freed before
@@ -1113,8 +1114,8 @@ typedef struct radimo_region_object_stats_t {
 RADIMO_API int radimo_region_object_stats(const env_correct_param_t *scene, const uint16_t *correct_table,
                                           const uint16_t *frame, uint32_t resolution,
                                           const radimo_region_t *region, uint32_t sampling,
-                                          const double *percents, uint32_t percent_count,
-                                          double *percentiles, radimo_region_object_stats_t *stats);
+                                          const double *percents, uint32_t percent_count, double *percentiles,
+                                          radimo_region_object_stats_t *stats);
 
 #ifdef __cplusplus
 }
