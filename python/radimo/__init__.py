@@ -25,6 +25,8 @@ from .correction import (Scene, apply_env_factor, enhanced_distance_correct, env
                          temp_correct)
 from .measure import AreaMeasurement, PointMeasurement, measure_line, measure_point, measure_rect
 from .nuc import KtBt, celsius_to_nuc, generate_nuc_table, nuc_to_celsius
+from .regions import (Region, RegionStats, delta_t, read_mask, read_regions, region_stats, time_series,
+                      write_mask, write_regions)
 from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc, double_point_recalibration,
                             new_kt_bt, new_nuc_table)
 
@@ -60,4 +62,5 @@ __all__ = ["Camera", "kelvin16_to_celsius", "records", "DATA_TABLES", "data_tabl
            "apply_env_factor", "remove_env_factor", "PointMeasurement", "AreaMeasurement", "measure_point",
            "measure_line", "measure_rect", "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",
            "Blackbody", "DoublePointResult", "double_point_recalibration", "calibration_point_nuc",
-           "new_nuc_table", "new_kt_bt"]
+           "new_nuc_table", "new_kt_bt", "Region", "RegionStats", "region_stats", "time_series", "delta_t",
+           "read_regions", "write_regions", "read_mask", "write_mask"]
