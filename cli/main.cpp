@@ -39,6 +39,7 @@ int run(int argc, char **argv) {
     add_render_command(program, commands);
     add_table_command(program, commands);
     add_recal_command(program, commands);
+    add_diff_command(program, commands);
 
     try {
         program.parse(argc, argv);

@@ -4,11 +4,14 @@
 
 #include "commands/command.h"
 #include "core/arguments.h"
+#include "core/atomic_output.h"
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
 #include "core/picture_output.h"
 #include "formats/frame_file.h"
+#include "formats/video.h"
+#include "picture/scale.h"
 
 namespace radimo::cli {
 namespace {
@@ -25,6 +28,7 @@ struct RenderOptions {
     bool no_crosshairs = false;
     std::string caption;
     std::size_t frame = 0;
+    double fps = 25;
     std::string size;
     CameraOptions camera;
 };
@@ -33,6 +37,79 @@ std::pair<float, float> parse_interval(const std::string &option, const std::str
     const std::vector<double> v = parse_temperatures(option, text, 2);
     if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
     return {static_cast<float>(v[0]), static_cast<float>(v[1])};
+}
+
+// A frame in degC for the picture and in 1/16 K for the measurements, its regions measured.
+void measured_frame(const Frame &frame, const FrameConverter &converter, const std::string &name,
+                    const std::vector<Region> &regions, PictureRequest &request, Frame &celsius,
+                    Frame &kelvin16) {
+    celsius = converter.convert(frame, Unit::kCelsius, name);
+    // The shown temperatures, measured: only their unit changes.
+    kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, name);
+    request.regions.clear();
+    for (const Region &r : regions) {
+        check_inside(r, kelvin16.width, kelvin16.height);
+        request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
+    }
+    request.celsius = &celsius;
+    request.kelvin16 = &kelvin16;
+}
+
+// Every frame of the input with one scale: the given range, or the union of every frame's
+// automatic range. Written as a video (format "mp4" or "gif") or as PNG files named by the
+// printf pattern of the output (format "").
+void render_sequence(const RenderOptions &o, PictureRequest request, const std::vector<Region> &regions,
+                     const FrameConverter &converter, std::optional<FrameSize> size,
+                     const std::string &format) {
+    if (!(o.fps > 0) || o.fps > 1000) fail_usage("--fps: give 0 < FPS <= 1000");
+    const std::size_t count = open_frame_file(o.input, size)->frame_count();
+    Frame frame, celsius, kelvin16;
+    if (!request.range) {
+        auto reader = open_frame_file(o.input, size);
+        float lo = INFINITY, hi = -INFINITY;
+        while (reader->next(frame)) {
+            celsius = converter.convert(frame, Unit::kCelsius, o.input);
+            const auto [a, b] = automatic_range(celsius.celsius);
+            lo = std::min(lo, a), hi = std::max(hi, b);
+        }
+        request.range = std::make_pair(lo, hi);
+    }
+    const std::string caption = o.caption.empty() ? "" : o.caption + "   ";
+    std::unique_ptr<AtomicFile> file;
+    std::unique_ptr<VideoWriter> video;
+    auto reader = open_frame_file(o.input, size);
+    int width = 0, height = 0;
+    for (std::size_t i = 0; reader->next(frame); ++i) {
+        measured_frame(frame, converter, o.input, regions, request, celsius, kelvin16);
+        char counter[96];
+        std::snprintf(counter, sizeof counter, "frame %zu/%zu  %.2f s", i + 1, count,
+                      static_cast<double>(i) / o.fps);
+        request.caption = caption + counter;
+        const Picture picture = draw_picture(request, !format.empty());
+        if (format.empty()) {
+            char name[4096];
+            std::snprintf(name, sizeof name, o.output.c_str(), static_cast<int>(i));
+            const std::filesystem::path path(name);
+            if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
+            write_file_atomically(path, picture.png.data(), picture.png.size());
+            continue;
+        }
+        if (!video) {
+            width = picture.width, height = picture.height;
+            file = std::make_unique<AtomicFile>(o.output);
+            video = create_video_writer(file->temp_path(), format, width, height, o.fps, o.output);
+        }
+        if (picture.width != width || picture.height != height)
+            fail_usage(o.input + " frame " + std::to_string(i) +
+                       ": the frames of a video must have one size");
+        video->write(picture.pixels.data());
+    }
+    if (video) {
+        video->close();
+        file->commit();
+    }
+    std::printf("%s: %zu frame(s), %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), count, o.palette.c_str(),
+                static_cast<double>(request.range->first), static_cast<double>(request.range->second));
 }
 
 void run_render(const RenderOptions &o) {
@@ -50,12 +127,19 @@ void run_render(const RenderOptions &o) {
     request.colour_bar = !o.no_bar;
     request.crosshairs = !o.no_crosshairs;
     request.caption = o.caption;
-    if (format_of_path(o.output) != FileFormat::kPng)
-        fail_usage(o.output + ": the picture is written as .png");
 
     const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
+    const std::string extension = std::filesystem::path(o.output).extension().string();
+    const bool frames = o.output.find('%') != std::string::npos;
+    if (extension == ".mp4" || extension == ".gif" || frames) {
+        render_sequence(o, request, regions, converter, size, frames ? "" : extension.substr(1));
+        return;
+    }
+    if (format_of_path(o.output) != FileFormat::kPng)
+        fail_usage(o.output +
+                   ": the picture is written as .png (a sequence as .mp4, .gif or frames/%04d.png)");
     auto reader = open_frame_file(o.input, size);
     if (o.frame >= reader->frame_count())
         fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
@@ -63,15 +147,8 @@ void run_render(const RenderOptions &o) {
     Frame frame;
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
-    const Frame celsius = converter.convert(frame, Unit::kCelsius, o.input);
-    // The shown temperatures, measured: only their unit changes.
-    const Frame kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, o.input);
-    for (const Region &r : regions) {
-        check_inside(r, kelvin16.width, kelvin16.height);
-        request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
-    }
-    request.celsius = &celsius;
-    request.kelvin16 = &kelvin16;
+    Frame celsius, kelvin16;
+    measured_frame(frame, converter, o.input, regions, request, celsius, kelvin16);
     const Picture picture = write_picture(o.output, request);
     std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
                 o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
@@ -83,7 +160,12 @@ void add_render_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<RenderOptions>();
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
-    cmd->add_option("-o,--output", o->output, "Output picture (.png)")->required();
+    cmd->add_option("-o,--output", o->output,
+                    "Output picture (.png); every frame with one scale: a video (.mp4, .gif) or PNG files "
+                    "(frames/%04d.png)")
+        ->required();
+    cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
+        ->capture_default_str();
     std::string names;
     for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
     cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
@@ -101,7 +183,8 @@ void add_render_command(CLI::App &program, Commands &commands) {
     o->camera.add_to(*cmd, false, true);
     cmd->footer(
         example({"radimo render demo/celsius.tiff -o mug.png --palette lava --range 15,70 "
-                 "--isotherm 60,70 --rect 420,310,76,82"}));
+                 "--isotherm 60,70 --rect 420,310,76,82",
+                 "radimo render recording.tiff -o recording.mp4 --range 15,70 --fps 30"}));
     commands.push_back({cmd, [o] { run_render(*o); }});
 }
 

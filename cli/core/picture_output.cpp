@@ -14,7 +14,7 @@ std::string celsius_label(uint16_t kelvin16) {
     return text;
 }
 
-Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
+Picture draw_picture(const PictureRequest &request, bool rgb) {
     const Frame &c = *request.celsius;
     PictureSpec drawing;
     drawing.width = c.width;
@@ -49,12 +49,16 @@ Picture write_picture(const std::filesystem::path &out, const PictureRequest &re
         drawing.crosshairs.push_back(
             {t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
     }
-    Picture picture;
+    drawing.rgb = rgb;
     try {
-        picture = render_picture(drawing);
+        return render_picture(drawing);
     } catch (const std::runtime_error &e) {
         fail_usage(std::string("cannot render the picture: ") + e.what());
     }
+}
+
+Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
+    Picture picture = draw_picture(request);
     write_file_atomically(out, picture.png.data(), picture.png.size());
     return picture;
 }

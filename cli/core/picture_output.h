@@ -28,6 +28,8 @@ struct PictureRequest {
 // "65.2 °C".
 std::string celsius_label(uint16_t kelvin16);
 
+// Renders the picture (with rgb, its pixels instead of the PNG; a bad request is a usage error).
+Picture draw_picture(const PictureRequest &request, bool rgb = false);
 // Renders and writes the picture; returns it (size, scale) for reports.
 Picture write_picture(const std::filesystem::path &out, const PictureRequest &request);
 

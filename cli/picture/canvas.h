@@ -95,7 +95,7 @@ private:
 };
 
 // The panel width the colour bar needs for these tick and end labels.
-double colour_bar_width(cairo_t *cr, float lo, float hi, double ui);
+double colour_bar_width(cairo_t *cr, float lo, float hi, double ui, const std::string &unit);
 
 void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
                         float lo, float hi, const Layout &layout);

@@ -52,14 +52,17 @@ struct PictureSpec {
     std::vector<LineMark> lines;
     std::vector<RectMark> rects;
     std::vector<Crosshair> crosshairs;
-    std::string caption;  // optional one-line caption
-    int upscale = 0;      // frame pixel to picture pixels, 1..16; 0 = automatic
+    std::string caption;           // optional one-line caption
+    std::string unit = "\u00B0C";  // of the values and the colour bar ("K" for differences)
+    int upscale = 0;               // frame pixel to picture pixels, 1..16; 0 = automatic
+    bool rgb = false;              // also (instead of the PNG) give the pixels: frames of a video
 };
 
 struct Picture {
     std::vector<unsigned char> png;
-    int width = 0, height = 0;  // of the PNG
-    float lo = 0, hi = 0;       // the temperature range the colours span
+    int width = 0, height = 0;          // of the PNG
+    float lo = 0, hi = 0;               // the temperature range the colours span
+    std::vector<unsigned char> pixels;  // with PictureSpec::rgb: height rows of width * 3 bytes (RGB)
 };
 
 // Throws std::runtime_error with a one-line message for a bad request (no data, empty or oversized

@@ -89,7 +89,7 @@ Layout lay_out(const PictureSpec &s, float lo, float hi) {
     // Text is measured on a scratch surface before the real one exists.
     SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
     CairoPtr cr(cairo_create(scratch.get()));
-    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui) : 0;
+    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui, s.unit) : 0;
     const double body_h = std::max(l.image.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
     const double caption_h = s.caption.empty() ? 0 : std::round(26 * l.ui);
     l.panel = {l.image.w, 0, panel_w, body_h};
@@ -139,9 +139,26 @@ Picture render_picture(const PictureSpec &request) {
 
     Picture picture;
     cairo_surface_flush(surface.get());
-    const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_png, &picture.png);
-    if (status != CAIRO_STATUS_SUCCESS)
-        fail(std::string("encoding the picture as PNG failed: ") + cairo_status_to_string(status));
+    if (request.rgb) {
+        // Cairo's RGB24 is one native-endian 32-bit word per pixel, 0x00RRGGBB.
+        const unsigned char *data = cairo_image_surface_get_data(surface.get());
+        const int stride = cairo_image_surface_get_stride(surface.get());
+        picture.pixels.resize(static_cast<size_t>(layout.width) * layout.height * 3);
+        unsigned char *out = picture.pixels.data();
+        for (int y = 0; y < layout.height; ++y) {
+            const auto *row = reinterpret_cast<const uint32_t *>(data + static_cast<size_t>(y) * stride);
+            for (int x = 0; x < layout.width; ++x) {
+                *out++ = static_cast<unsigned char>(row[x] >> 16);
+                *out++ = static_cast<unsigned char>(row[x] >> 8);
+                *out++ = static_cast<unsigned char>(row[x]);
+            }
+        }
+    } else {
+        const cairo_status_t status =
+            cairo_surface_write_to_png_stream(surface.get(), append_png, &picture.png);
+        if (status != CAIRO_STATUS_SUCCESS)
+            fail(std::string("encoding the picture as PNG failed: ") + cairo_status_to_string(status));
+    }
     picture.width = layout.width;
     picture.height = layout.height;
     picture.lo = lo;
