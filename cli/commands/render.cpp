@@ -137,10 +137,13 @@ void run_render(const RenderOptions &o) {
         render_sequence(o, request, regions, converter, size, frames ? "" : extension.substr(1));
         return;
     }
-    if (format_of_path(o.output) != FileFormat::kPng)
-        fail_usage(o.output +
-                   ": the picture is written as .png (a sequence as .mp4, .gif or frames/%04d.png)");
+    if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
+        fail_usage(o.output + ": the picture is written as .png (or to -, standard output; a sequence as .mp4, "
+                              ".gif or frames/%04d.png)");
     auto reader = open_frame_file(o.input, size);
+    std::vector<std::filesystem::path> inputs = o.camera.files(camera);
+    inputs.emplace_back(o.input);
+    refuse_input_as_output("-o", o.output, inputs);
     if (o.frame >= reader->frame_count())
         fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
                    std::to_string(reader->frame_count()) + " frame(s)");
@@ -150,8 +153,9 @@ void run_render(const RenderOptions &o) {
     Frame celsius, kelvin16;
     measured_frame(frame, converter, o.input, regions, request, celsius, kelvin16);
     const Picture picture = write_picture(o.output, request);
-    std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
-                o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
+    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width,
+                 picture.height, o.palette.c_str(), static_cast<double>(picture.lo),
+                 static_cast<double>(picture.hi));
 }
 
 }  // namespace
@@ -161,8 +165,8 @@ void add_render_command(CLI::App &program, Commands &commands) {
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
     cmd->add_option("-o,--output", o->output,
-                    "Output picture (.png); every frame with one scale: a video (.mp4, .gif) or PNG files "
-                    "(frames/%04d.png)")
+                    "Output picture (.png; - for standard output); every frame with one scale: a video (.mp4, "
+                    ".gif) or PNG files (frames/%04d.png)")
         ->required();
     cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
         ->capture_default_str();

@@ -1,15 +1,21 @@
-"""Regions of a frame (rectangles, ellipses, polygons, masks) and their statistics.
+""
+    "Regions of a frame (rectangles, ellipses, polygons, masks) and their statistics.
 
-    r = radimo.Region.polygon([(10, 10), (60, 12), (40, 50)], name="mug")
-    s = radimo.region_stats(kelvin16, r, unit="kelvin16")      # degC: s.max, s.mean, s.std, s.percentiles
-    s = radimo.region_stats(kelvin16, r.with_scene(ems=0.95), unit="kelvin16",
-                            correct_table=cam.correct_table, scene=cam.scene)  # object temperatures
-    table = radimo.time_series(stack, [r, radimo.Region.ellipse(80, 40, 12, 8)], unit="kelvin16", fps=30)
-    radimo.write_regions("regions.json", [r])                 # the file `radimo --regions` reads
+    r = radimo.Region.polygon([ (10, 10), (60, 12), (40, 50) ], name = "mug")
+            s = radimo.region_stats(kelvin16, r, unit = "kelvin16") #degC : s.max,
+    s.mean, s.std,
+    s.percentiles s = radimo.region_stats(kelvin16, r.with_scene(ems = 0.95), unit = "kelvin16",
+                                          correct_table = cam.correct_table,
+                                          scene = cam.scene) #object temperatures table =
+        radimo
+            .time_series(stack, [ r, radimo.Region.ellipse(80, 40, 12, 8) ], unit = "kelvin16", fps = 30)
+                radimo.write_regions("regions.json", [r]) #the file `radimo-- regions` reads
 
-Statistics come from the library's region functions (radimo_region_stats, radimo_region_counts and the
-count-table functions, radimo_region_object_stats for a region with its own scene): true extremes with their
-last (x, y) position in row-major order, pixel count, mean and population standard deviation, exact
+                    Statistics come from the
+                        library's region functions (radimo_region_stats, radimo_region_counts and the count -
+        table functions,
+    radimo_region_object_stats for a region with its own scene) : true extremes with their
+last(x, y) position in row-major order, pixel count, mean and population standard deviation, exact
 percentiles (numpy.percentile's linear rule), a histogram into the caller's bins and isotherm areas. The
 shapes' pixel rules are those of the library: a pixel belongs to a shape when its centre (x, y) does; a
 polygon uses the even-odd rule, its left and top edges in, right and bottom edges out.
@@ -25,15 +31,14 @@ from typing import Dict, Optional, Tuple
 import numpy as np
 
 from . import _records as R
-from ._arrays import check_real, pointer
+from ._arrays import buffer, check_integer, check_real
 from ._lib import call
-from .correction import Scene
-from .measure import _frame
+from .correction import Scene, correction_table_array, correction_table_words
 
 RECT, ELLIPSE, POLYGON, MASK = 1, 2, 3, 4
 _SAMPLING = {"pixel": 0, "mean3": 1}
 _SCENE_FIELDS = ("dist", "ems", "hum", "ta", "tu")
-#: Version number of the regions file format (the "radimo_regions" member).
+# : Version number of the regions file format(the "radimo_regions" member).
 FILE_VERSION = 1
 
 
@@ -101,19 +106,20 @@ class Region:
             r.shape = ELLIPSE
             r.cx, r.cy, r.rx, r.ry = self.params
         elif self.kind == "polygon":
-            r.shape, r.vertices, r.vertex_count = POLYGON, pointer(self.points, c_double), len(self.points)
+            r.shape, r.vertex_count = POLYGON, len(self.points)
+            r.vertices = buffer("polygon points", self.points, c_double, 2 * len(self.points))
             keep = (self.points,)
         else:
             if self.mask_array.shape != tuple(shape):
                 raise ValueError(f"mask {self.name!r} has shape {self.mask_array.shape}, the frame {tuple(shape)}")
-            r.shape, r.mask = MASK, pointer(self.mask_array, c_uint8)
+            r.shape, r.mask = MASK, buffer("mask", self.mask_array, c_uint8, self.mask_array.size)
             keep = (self.mask_array,)
         return r, keep
 
     def bounds(self, shape):
         """((x, y), (w, h), count): the smallest rectangle holding the region's pixels inside a frame of
         shape (height, width), and their number."""
-        record, _keep = self.record(shape)
+        record, _keep = self.record(tuple(shape))
         origin, size, count = R.point_t(), R.rect_size_t(), c_uint64()
         call("radimo_region_bounds", shape[1] | (shape[0] << 16), byref(record), byref(origin), byref(size),
              byref(count))
@@ -121,7 +127,8 @@ class Region:
 
     def to_json(self, mask_file=None):
         """The region as a member of the regions file ("mask" regions name their mask file)."""
-        item = {"name": self.name, "shape": self.kind}
+        item = {
+    "name" : self.name, "shape" : self.kind}
         if self.kind == "rect":
             item.update(zip(("x", "y", "w", "h"), self.params))
         elif self.kind == "ellipse":
@@ -157,14 +164,15 @@ def _scene_overrides(scene):
     if scene is None:
         return None
     if isinstance(scene, Scene):
-        scene = {k: getattr(scene, k) for k in _SCENE_FIELDS}
+        scene = {
+k: getattr(scene, k) for k in _SCENE_FIELDS}
     unknown = set(scene) - set(_SCENE_FIELDS)
     if unknown:
         raise ValueError(f"unknown scene field {sorted(unknown)[0]!r} (known: {', '.join(_SCENE_FIELDS)})")
-    return {k: float(v) for k, v in scene.items()}
+    return {
+k: float(v) for k, v in scene.items()}
 
-
-# ---- Regions file ------------------------------------------------------------------------------------
+#-- -- Regions file -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
 
 def read_mask(path):
     """A mask from an 8- or 16-bit binary PGM file (non-zero = inside), as a boolean array."""
@@ -228,8 +236,7 @@ def write_regions(path, regions):
     temporary.write_text(json.dumps({"radimo_regions": FILE_VERSION, "regions": items}, indent=2) + "\n")
     temporary.replace(path)
 
-
-# ---- Statistics ---------------------------------------------------------------------------------------
+#-- -- Statistics -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -
 
 @dataclass(frozen=True)
 class RegionStats:
@@ -252,6 +259,23 @@ class RegionStats:
     below: Optional[int] = None
     object: bool = False
     unit: str = "degC"
+
+
+def _frame_array(frame):
+    """The frame as a C-contiguous uint16 array (no copy when it is one) and its resolution word."""
+    array = np.asarray(frame)
+    if array.ndim != 2:
+        raise ValueError(f"frame must be a 2-D array (height, width), got shape {array.shape}")
+    height, width = array.shape
+    if not (0 < width <= 0xFFFF and 0 < height <= 0xFFFF):
+        raise ValueError(f"frame size {width} x {height} is outside 1..65535")
+    if array.dtype != np.uint16:
+        array = check_integer("frame", array, 0, 0xFFFF)
+    return np.ascontiguousarray(array, dtype=np.uint16), width | (height << 16)
+
+
+def _counts_buffer(counts, writable=False):
+    return buffer("counts", counts, c_uint32, 65536, writable)
 
 
 def _to_celsius(v):
@@ -277,7 +301,7 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
         raise ValueError(f"sampling must be 'pixel' or 'mean3', got {sampling!r}")
     if unit not in ("raw", "kelvin16"):
         raise ValueError(f"unit must be 'raw' or 'kelvin16', got {unit!r}")
-    array, resolution = _frame(frame)
+    array, resolution = _frame_array(frame)
     record, _keep = region.record(array.shape)
     percents = [float(p) for p in check_real("percentiles", list(percentiles), 0.0, 100.0)]
     if region.scene is not None or scene is not None:
@@ -285,33 +309,33 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
                              correct_table, scene)
     celsius = unit == "kelvin16"
     to_unit = _to_celsius if celsius else float
-    frame_p = pointer(array, c_uint16)
+    frame_p = buffer("frame", array, c_uint16, array.size)
     s = R.radimo_region_stats_t()
     call("radimo_region_stats", frame_p, resolution, byref(record), _SAMPLING[sampling], 0, array.shape[0],
          byref(s))
     counts = np.zeros(65536, dtype=np.uint32)
     call("radimo_region_counts", frame_p, resolution, byref(record), _SAMPLING[sampling], 0, array.shape[0],
-         pointer(counts, c_uint32))
+         _counts_buffer(counts, True))
     values = {}
     for p in percents:
         v = c_double()
-        call("radimo_counts_percentile", pointer(counts, c_uint32), p, byref(v))
+        call("radimo_counts_percentile", _counts_buffer(counts), p, byref(v))
         values[p] = to_unit(v.value)
     histogram = None
     if bins is not None:
         edges = _edges(bins, to_unit(s.min), to_unit(s.max))
-        frame_edges = _to_kelvin16(edges) if celsius else edges
+        frame_edges = np.ascontiguousarray(_to_kelvin16(edges) if celsius else edges, dtype=np.float64)
         out = np.zeros(len(edges) - 1, dtype=np.uint64)
-        call("radimo_counts_histogram", pointer(counts, c_uint32), pointer(np.ascontiguousarray(frame_edges),
-             c_double), len(out), pointer(out, c_uint64))
+        call("radimo_counts_histogram", _counts_buffer(counts), buffer("bin edges", frame_edges, c_double, len(edges)),
+             len(out), buffer("bins", out, c_uint64, len(out), True))
         histogram = (out, edges)
     hot = cold = None
     if above is not None or below is not None:
-        # The library compares whole frame values: v > high and v < low.
+#The library compares whole frame values : v> high and v < low.
         high = math.floor(_to_kelvin16(above) if celsius else above) if above is not None else 65535
         low = math.ceil(_to_kelvin16(below) if celsius else below) if below is not None else 0
         a, b = c_uint64(), c_uint64()
-        call("radimo_counts_threshold", pointer(counts, c_uint32), R.threshold_t(max(high, low), low), byref(a),
+        call("radimo_counts_threshold", _counts_buffer(counts), R.threshold_t(max(high, low), low), byref(a),
              byref(b))
         hot = a.value if above is not None else None
         cold = b.value if below is not None else None
@@ -338,29 +362,31 @@ def _object_stats(array, resolution, record, region, percents, bins, above, belo
     if unit != "kelvin16" or table is None:
         raise ValueError(f"region {region.name!r} has a scene of its own: its object temperatures need a "
                          "1/16 K frame (unit='kelvin16') and the camera's correct_table")
-    base = {k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
+    base = {
+k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
     fields = {**base, **(region.scene or {})}
     missing = [k for k in _SCENE_FIELDS if k not in fields]
     if missing:
         raise ValueError(f"region {region.name!r}: the scene lacks {', '.join(missing)} (give scene=camera.scene)")
     merged = Scene(**fields)
-    table = np.ascontiguousarray(table, dtype=np.uint16)
+    table = correction_table_array(table)
+    table_p = buffer("correct_table", table, c_uint16, correction_table_words(table))
     wanted = list(percents)
     p_in = np.array(wanted, dtype=np.float64)
     p_out = np.zeros(len(wanted), dtype=np.float64)
     s = R.radimo_region_object_stats_t()
-    call("radimo_region_object_stats", byref(merged.record()), pointer(table, c_uint16),
-         pointer(array, c_uint16), resolution, byref(record), _SAMPLING[sampling], pointer(p_in, c_double),
-         len(wanted), pointer(p_out, c_double), byref(s))
+    call("radimo_region_object_stats", byref(merged.record()), table_p, buffer("frame", array, c_uint16, array.size),
+         resolution, byref(record), _SAMPLING[sampling], buffer("percentiles", p_in, c_double, len(wanted)),
+         len(wanted), buffer("percentiles", p_out, c_double, len(wanted), True), byref(s))
     histogram = hot = cold = None
     if bins is not None or above is not None or below is not None:
-        # The region's distribution by 1/16 K value, each value present corrected once.
+#The region's distribution by 1/16 K value, each value present corrected once.
         counts = np.zeros(65536, dtype=np.uint32)
-        call("radimo_region_counts", pointer(array, c_uint16), resolution, byref(record), _SAMPLING[sampling], 0,
-             array.shape[0], pointer(counts, c_uint32))
+        call("radimo_region_counts", buffer("frame", array, c_uint16, array.size), resolution, byref(record),
+             _SAMPLING[sampling], 0, array.shape[0], _counts_buffer(counts, True))
         present = np.flatnonzero(counts)
         weights = counts[present].astype(np.int64)
-        objects = _corrected(present, merged, table)
+        objects = _corrected(present, merged, table_p)
         if bins is not None:
             edges = _edges(bins, float(s.min), float(s.max))
             histogram = (np.histogram(objects, edges, weights=weights)[0].astype(np.uint64), edges)
@@ -371,15 +397,16 @@ def _object_stats(array, resolution, record, region, percents, bins, above, belo
                        histogram, hot, cold, True, "degC")
 
 
-def _corrected(values, scene, table):
-    """Object temperatures (float32 degC) of 1/16 K values, through radimo_frame_scene_correct."""
+def _corrected(values, scene, table_p):
+    """Object temperatures (float32 degC) of 1/16 K values, through radimo_frame_scene_correct (table_p: the
+    checked correction table)."""
     width = min(len(values), 32767)
     rows = -(-len(values) // width)
     frame = np.full(rows * width, values[0], dtype=np.uint16)
     frame[:len(values)] = values
     out = np.empty(rows * width, dtype=np.float32)
-    call("radimo_frame_scene_correct", byref(scene.record()), pointer(table, c_uint16), pointer(frame, c_uint16),
-         width | (rows << 16), 0, rows, pointer(out, ctypes.c_float))
+    call("radimo_frame_scene_correct", byref(scene.record()), table_p, buffer("frame", frame, c_uint16, frame.size),
+         width | (rows << 16), 0, rows, buffer("object", out, ctypes.c_float, out.size, True))
     return out[:len(values)]
 
 
@@ -387,8 +414,7 @@ def delta_t(a, b):
     """Mean, maximum and minimum of region a minus region b (RegionStats), as a dict, K."""
     return {"mean": a.mean - b.mean, "max": a.max - b.max, "min": a.min - b.min}
 
-
-# ---- Time series --------------------------------------------------------------------------------------
+#-- -- Time series -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
 
 STATISTICS = ("max", "min", "mean", "std", "count", "max_x", "max_y", "min_x", "min_y")
 
@@ -408,7 +434,8 @@ def time_series(frames, regions, fps=None, times=None, percentiles=(), dataframe
     if len(set(names)) != len(names):
         raise ValueError("region names must be distinct")
     n = len(stack)
-    columns = {"frame": np.arange(n)}
+    columns = {
+    "frame" : np.arange(n)}
     if times is not None:
         columns["time"] = check_real("times", times).reshape(-1)
         if len(columns["time"]) != n:
@@ -424,8 +451,9 @@ def time_series(frames, regions, fps=None, times=None, percentiles=(), dataframe
     for i, frame in enumerate(stack):
         for name, region in zip(names, regions):
             s = region_stats(frame, region, percentiles=percentiles, **options)
-            row = {"max": s.max, "min": s.min, "mean": s.mean, "std": s.std, "count": s.count,
-                   "max_x": s.max_at[0], "max_y": s.max_at[1], "min_x": s.min_at[0], "min_y": s.min_at[1]}
+            row = {
+    "max" : s.max, "min" : s.min, "mean" : s.mean, "std" : s.std, "count" : s.count, "max_x" : s.max_at[0],
+        "max_y" : s.max_at[1], "min_x" : s.min_at[0], "min_y" : s.min_at[1]}
             for stat, value in row.items():
                 columns[f"{name}.{stat}"][i] = value
             for p in percentiles:
