@@ -138,8 +138,9 @@ void run_render(const RenderOptions &o) {
         return;
     }
     if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
-        fail_usage(o.output + ": the picture is written as .png (or to -, standard output; a sequence as .mp4, "
-                              ".gif or frames/%04d.png)");
+        fail_usage(o.output +
+                   ": the picture is written as .png (or to -, standard output; a sequence as .mp4, "
+                   ".gif or frames/%04d.png)");
     auto reader = open_frame_file(o.input, size);
     std::vector<std::filesystem::path> inputs = o.camera.files(camera);
     inputs.emplace_back(o.input);
@@ -164,9 +165,10 @@ void add_render_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<RenderOptions>();
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
-    cmd->add_option("-o,--output", o->output,
-                    "Output picture (.png; - for standard output); every frame with one scale: a video (.mp4, "
-                    ".gif) or PNG files (frames/%04d.png)")
+    cmd->add_option(
+           "-o,--output", o->output,
+           "Output picture (.png; - for standard output); every frame with one scale: a video (.mp4, "
+           ".gif) or PNG files (frames/%04d.png)")
         ->required();
     cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
         ->capture_default_str();

@@ -1,7 +1,6 @@
-""
-    "radimo: Python binding of libradimo, the temperature arithmetic of an uncooled thermal camera.
+"""radimo: Python binding of libradimo, the temperature arithmetic of an uncooled thermal camera.
 
-    Pure ctypes over libradimo.so and NumPy arrays; nothing to compile. See _lib for how the
+Pure ctypes over libradimo.so and NumPy arrays; nothing to compile. See _lib for how the
 library is found (RADIMO_LIBRARY, the build tree, the system loader) and how its error
 messages reach RadimoError.
 
@@ -12,8 +11,7 @@ messages reach RadimoError.
     celsius = camera.to_celsius(raw_frames)     # (H, W) or (N, H, W) uint16 -> float32 degC
 
 Every library failure raises radimo.RadimoError (result code, its name, the library's
-messages);
-invalid arguments are refused before the call with ValueError.
+messages); invalid arguments are refused before the call with ValueError.
 """
 import ctypes
 
@@ -32,8 +30,9 @@ from .regions import (Region, RegionStats, delta_t, read_mask, read_regions, reg
 from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc, double_point_recalibration,
                             new_kt_bt, new_nuc_table)
 
-# : The library's exported data tables (grids of the tau tables and the emissivity tables) and
-# : their lengths.
+
+#: The library's exported data tables (grids of the tau tables and the emissivity tables) and
+#: their lengths.
 DATA_TABLES = {
     "dist_table": 64, "dist_table_diff": 63, "new_dist_table": 88, "new_dist_table_diff": 87,
     "dist_table_v3": 88, "dist_table_diff_v3": 87, "temp_table": 14, "target_temp_table": 56,

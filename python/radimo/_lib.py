@@ -1,9 +1,8 @@
-""
-    "Loading libradimo.so, declaring its functions, and turning failures into RadimoError.
+"""Loading libradimo.so, declaring its functions, and turning failures into RadimoError.
 
-    Library discovery,
-    in this order : 1. the path in the environment variable RADIMO_LIBRARY;
-2. the build tree of this source checkout(build / libradimo.so next to python /);
+Library discovery, in this order:
+  1. the path in the environment variable RADIMO_LIBRARY;
+  2. the build tree of this source checkout (build/libradimo.so next to python/);
   3. the system loader (libradimo.so.2 through ld.so.cache, LD_LIBRARY_PATH or RUNPATH).
 
 ctypes releases the GIL for the duration of every call into a CDLL, so threads
@@ -21,8 +20,7 @@ use at most five integer and one floating-point argument, well inside what is
 read. The messages are collected per thread (the printer runs on the thread
 that made the call), so concurrent calls never mix their messages and no lock
 is taken. On another architecture the printer receives the format alone and
-the message keeps its printf conversions unexpanded;
-  the result code is exact
+the message keeps its printf conversions unexpanded; the result code is exact
 either way. Standard output is never redirected or read.
 """
 import ctypes
@@ -35,7 +33,7 @@ from pathlib import Path
 
 from . import _records as R
 
-#-- -- Result codes -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -
+# ---- Result codes ---------------------------------------------------------------------------
 
 CODE_NAMES = {
     0: "RADIMO_SUCCESS", -1100: "RADIMO_ERR_PARAM", -1101: "RADIMO_ERR_ALLOC", -1102: "RADIMO_ERR_FILE",
@@ -70,7 +68,8 @@ class RadimoError(Exception):
         text = "; ".join(self.messages) if self.messages else "no message"
         super().__init__(f"{function} failed with {self.name} ({code}): {text}")
 
-#-- -- Loading -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+
+# ---- Loading ----------------------------------------------------------------------------------
 
 def _load():
     explicit = os.environ.get("RADIMO_LIBRARY")
@@ -80,64 +79,68 @@ def _load():
     if in_tree.exists():
         return ctypes.CDLL(str(in_tree))
     try:
-      return ctypes.CDLL("libradimo.so.2") except OSError as err
-          : raise ImportError(
-                "libradimo.so not found: set RADIMO_LIBRARY to its path, build it in "
-                "build/ of this checkout, or install it where the loader finds it "
-                "(ldconfig, LD_LIBRARY_PATH)") from err
+        return ctypes.CDLL("libradimo.so.2")
+    except OSError as err:
+        raise ImportError("libradimo.so not found: set RADIMO_LIBRARY to its path, build it in "
+                          "build/ of this checkout, or install it where the loader finds it "
+                          "(ldconfig, LD_LIBRARY_PATH)") from err
 
-                lib = _load()
 
-#-- -- Error printer -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+lib = _load()
 
-                 _CONVERSION =
-                     re.compile(r
-                                "%([-+ #0]*)(\d+|\*)?(?:\.(\d+|\*))?(hh|h|ll|l|z|j|t|L)?([diouxXeEfFgGcsp%])")
-                         _PREFIX = re.compile(r "^libradimo error \[[^\]]*/([^\]/]*)\] ") _REGISTER_ABI =
-                         platform.system() == "Linux" and platform.machine() in("x86_64", "AMD64")_INT_REGS =
-                             5 #integer registers after the format(rsi, rdx, rcx, r8, r9)
-                                 _FP_REGS = 8 #xmm0..xmm7 _STACK_SLOTS = 4 #further integer arguments,
-                read from the caller's stack
+# ---- Error printer ----------------------------------------------------------------------------
 
-                if _REGISTER_ABI
-          : _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p, *([c_uint64] * _INT_REGS),
-                                             *([c_double] * _FP_REGS), *([c_uint64] * _STACK_SLOTS)) else
-          : _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p)
+_CONVERSION = re.compile(r"%([-+ #0]*)(\d+|\*)?(?:\.(\d+|\*))?(hh|h|ll|l|z|j|t|L)?([diouxXeEfFgGcsp%])")
+_PREFIX = re.compile(r"^libradimo error \[[^\]]*/([^\]/]*)\] ")
+_REGISTER_ABI = platform.system() == "Linux" and platform.machine() in ("x86_64", "AMD64")
+_INT_REGS = 5  # integer registers after the format (rsi, rdx, rcx, r8, r9)
+_FP_REGS = 8  # xmm0 .. xmm7
+_STACK_SLOTS = 4  # further integer arguments, read from the caller's stack
 
-                                _captured = threading.local()
+if _REGISTER_ABI:
+    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p, *([c_uint64] * _INT_REGS), *([c_double] * _FP_REGS),
+                                     *([c_uint64] * _STACK_SLOTS))
+else:
+    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p)
 
-                                                def _format(fmt, ints, doubles)
-          : ""
-            "printf-style formatting of fmt with the integer and floating-point argument sequences."
-            "" ints,
-                doubles = iter(ints), iter(doubles)
+_captured = threading.local()
 
-                                          def one(match)
-          : flags,
-                width,
-                precision,
-                length,
-                conv = match.groups() if conv == "%" : return "%" if "*" in(width, precision)
-          : return match.group(0) directive = "%" + flags + (width or "") +
-                                              ("." + precision if precision is not None else "") if conv in
-                                                  "eEfFgG" : return (directive + conv) %
-                                                             next(doubles) raw = next(ints) if conv ==
-                                                                                 "s"
-          : return (directive + "s") %
-            (ctypes.string_at(raw).decode(
-                "utf-8", "replace") if raw else "(null)") if conv == "p" : return hex(raw) bits = 64 if length
-                in("l", "ll", "z", "j", "t") else 32 value =
-                    raw & ((1 << bits) - 1) if conv in "di" and value >> (bits - 1)
-          : value
-                -= 1 << bits if conv == "c" : return (directive + "c") %
-                                              chr(value & 0xFF) return (directive + conv.replace("i", "d")) %
-                                              value
 
-                                              return _CONVERSION.sub(one, fmt)
+def _format(fmt, ints, doubles):
+    """printf-style formatting of fmt with the integer and floating-point argument sequences."""
+    ints, doubles = iter(ints), iter(doubles)
 
-                                                  def _printer(fmt, *args)
-          : text = fmt.decode("utf-8", "replace") if _REGISTER_ABI : ints =
-                       args[:_INT_REGS] + args [_INT_REGS + _FP_REGS:] try : text = _format(text, ints, args[_INT_REGS:_INT_REGS + _FP_REGS])
+    def one(match):
+        flags, width, precision, length, conv = match.groups()
+        if conv == "%":
+            return "%"
+        if "*" in (width, precision):
+            return match.group(0)
+        directive = "%" + flags + (width or "") + ("." + precision if precision is not None else "")
+        if conv in "eEfFgG":
+            return (directive + conv) % next(doubles)
+        raw = next(ints)
+        if conv == "s":
+            return (directive + "s") % (ctypes.string_at(raw).decode("utf-8", "replace") if raw else "(null)")
+        if conv == "p":
+            return hex(raw)
+        bits = 64 if length in ("l", "ll", "z", "j", "t") else 32
+        value = raw & ((1 << bits) - 1)
+        if conv in "di" and value >> (bits - 1):
+            value -= 1 << bits
+        if conv == "c":
+            return (directive + "c") % chr(value & 0xFF)
+        return (directive + conv.replace("i", "d")) % value
+
+    return _CONVERSION.sub(one, fmt)
+
+
+def _printer(fmt, *args):
+    text = fmt.decode("utf-8", "replace")
+    if _REGISTER_ABI:
+        ints = args[:_INT_REGS] + args[_INT_REGS + _FP_REGS:]
+        try:
+            text = _format(text, ints, args[_INT_REGS:_INT_REGS + _FP_REGS])
         except (StopIteration, RuntimeError, ValueError, TypeError, OverflowError):
             pass  # more arguments than this printer reads: keep the unexpanded format
     lines = getattr(_captured, "lines", None)
@@ -160,7 +163,8 @@ def call(name, *args):
     finally:
         _captured.lines = None
 
-#-- -- Prototypes -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -
+
+# ---- Prototypes ---------------------------------------------------------------------------------
 
 P = POINTER
 u16p, i16p, f32p = P(c_uint16), P(c_int16), P(c_float)
@@ -232,3 +236,4 @@ for _name in ("temp_correct_with_reflected_temp", "reverse_temp_correct_with_ref
 for _name, (_restype, _argtypes) in _PROTOTYPES.items():
     _function = getattr(lib, _name)
     _function.restype, _function.argtypes = _restype, _argtypes
+

@@ -17,8 +17,8 @@ ENV_TAU_ENTRIES = 3584
 _TOP_KEYS = ("format_version", "name", "resolution", "gain", "nuc_factor", "vtemp", "ktbt", "nuc_table",
              "correct_table", "env_tau_table", "scene")
 _INT32 = (-2**31, 2**31 - 1)
-#Bounds checked before camera.json is parsed : its size, and how deeply its arrays and objects may
-#nest(a profile needs 3 levels).The radimo tool checks the same(CameraProfile in cli / core / profile.h).
+# Bounds checked before camera.json is parsed: its size, and how deeply its arrays and objects may
+# nest (a profile needs 3 levels). The radimo tool checks the same (CameraProfile in cli/core/profile.h).
 MAX_JSON_BYTES = 1 << 20
 MAX_JSON_DEPTH = 16
 
@@ -256,7 +256,7 @@ def read_profile(directory):
         correct_words = check.integer(c, "correct_table", "words", 1, 1 << 20)
         if "format" in c:
             header_fields[1] = (check.integer(c, "correct_table", "format", 0, 65535),)
-#Header words(0 - based) of each enable / version switch.
+        # Header words (0-based) of each enable/version switch.
         for key, word in (("ems_correction", 4), ("humidity_correction", 6), ("reflected_temperature", 10)):
             if key in c:
                 header_fields[word] = check.switch(c, "correct_table", key)
@@ -273,7 +273,7 @@ def read_profile(directory):
                   "ta": check.number(s, "scene", "ambient_c", -273.15, 100.0),
                   "tu": check.number(s, "scene", "reflected_c", -273.15, 100.0)}
 
-#The tables, their sizes checked against the fields before reading.
+    # The tables, their sizes checked against the fields before reading.
     p["nuc_table"] = check.table(directory, nuc_file, "nuc_table.file", nuc_entries, np.uint16)
     p["kt"] = check.table(directory, kt_file, "ktbt.kt_file", entries, np.uint16)
     p["bt"] = check.table(directory, bt_file, "ktbt.bt_file", entries, np.int16)
@@ -289,7 +289,7 @@ def read_profile(directory):
                 table[word] = values[0]
             else:
                 table[word], table[word + 1] = (1 if values[0] else 0), values[1]
-#The tau readers index the grid the format selects : the table must hold all of it.
+        # The tau readers index the grid the format selects: the table must hold all of it.
         tau_format = int(table[1]) if has_header else 0
         needed = (128 if has_header else 0) + raw_table_entries(tau_format)
         if table.size < needed:
@@ -298,3 +298,4 @@ def read_profile(directory):
     if e is not None:
         p["env_tau"] = check.table(directory, env_file, "env_tau_table.file", env_entries, np.uint16)
     return p
+

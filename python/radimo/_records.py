@@ -150,7 +150,8 @@ class radimo_region_object_stats_t(Structure):
     _fields_ = [("max", c_float), ("min", c_float), ("max_point", point_t), ("min_point", point_t),
                 ("count", c_uint64), ("mean", c_double), ("stddev", c_double)]
 
-# : Every record of the header, by its C name.
+
+#: Every record of the header, by its C name.
 RECORDS = {cls.__name__: cls for cls in (
     point_t, rect_size_t, temp_result_t, threshold_t, nuc_factor_t, env_factor_t, env_param_t,
     kb_param_t, ktbt_correct_param_t, second_calib_param_t, env_correct_param_t, correct_table_t,

@@ -66,7 +66,7 @@ class Camera:
         index = np.clip(fpa - k.Address_CA - 1, 0, k.kt.size - 1)
         return int(index) if index.ndim == 0 else index
 
-#-- -- Whole frames -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -
+    # ---- Whole frames -----------------------------------------------------------------------
 
     def _frames(self, raw, vtemp):
         """raw as an (N, H, W) uint16 view (a copy only when it is not uint16) and N vtemps."""
@@ -142,8 +142,7 @@ class Camera:
                      buffer("celsius", celsius, c_float, pixels, True))
         return out.reshape(shape)
 
-#-- -- Measurements on a raw frame(values in 1 / \
-                                   16 K) -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+    # ---- Measurements on a raw frame (values in 1/16 K) --------------------------------------
 
     def measure_point(self, raw, x, y, vtemp=None):
         """Trimmed 3 x 3 mean (1/16 K) of the apparent temperatures of one raw frame at (x, y)."""

@@ -1,10 +1,7 @@
-""
-    "Radiometric correction: emissivity, transmittance (tau), ambient and reflected temperature.
+"""Radiometric correction: emissivity, transmittance (tau), ambient and reflected temperature.
 
-    Forward functions take the apparent
-    temperature(what the NUC table gives) and
-    return the object temperature;
-reverse functions go back. All take arrays and
+Forward functions take the apparent temperature (what the NUC table gives) and
+return the object temperature; reverse functions go back. All take arrays and
 broadcast their array arguments against each other.
 """
 from ctypes import byref, c_float, c_uint16
@@ -16,7 +13,7 @@ from . import _records as R
 from ._arrays import buffer, check_integer, check_real, check_table, elementwise
 from ._lib import call
 
-# : Entries of an environment tau table : 4 humidity classes x 14 ambient rows x 64 distances.
+#: Entries of an environment tau table: 4 humidity classes x 14 ambient rows x 64 distances.
 ENV_TAU_ENTRIES = 4 * 14 * 64
 _RAW_HEADER_WORDS = 128
 
@@ -39,8 +36,7 @@ def correction_table_array(table):
     """A raw correction table as a uint16 array, checked to hold all the tau data its header implies.
 
     With the 0xFFFF marker in words 3 and 4 the table opens with a 256-byte header whose word 2 is
-    the tau format;
-without it the table is 56 x 64 tau values.
+    the tau format; without it the table is 56 x 64 tau values.
     """
     words = np.asarray(table)
     if words.ndim != 1 or words.size < 4:
@@ -96,11 +92,8 @@ def _grey_body(prefix, temp, tau, ems, ta, tu, kelvin):
 def temp_correct(apparent, *, tau, ems, ta, tu=None, kelvin=False):
     """Object temperature of apparent temperatures (grey-body balance).
 
-    tau: Q14 transmittance (16384 = 1.0);
-ems : emissivity;
-ta : ambient degC; tu: reflected degC
-    (None: the ambient stands for it);
-kelvin: temperatures in and out in K (ta, tu stay degC).
+    tau: Q14 transmittance (16384 = 1.0); ems: emissivity; ta: ambient degC; tu: reflected degC
+    (None: the ambient stands for it); kelvin: temperatures in and out in K (ta, tu stay degC).
     """
     return _grey_body("temp_correct", apparent, tau, ems, ta, tu, kelvin)
 
@@ -146,8 +139,7 @@ def enhanced_distance_correct(apparent, scene, correct_table, correct_table_arg=
 
 def reverse_enhanced_distance_correct(object_temp, scene, correct_table, correct_table_arg=0):
     """Apparent temperature (degC) that the camera reports before correction for object
-    temperatures (degC);
-the form a recalibration uses."""
+    temperatures (degC); the form a recalibration uses."""
     return _enhanced("reverse_enhance_distance_temp_correct", object_temp, scene, correct_table,
                      correct_table_arg)
 

@@ -78,7 +78,7 @@ class KtBt:
     bt: np.ndarray = field(repr=False)
 
     def __setattr__(self, name, value):
-#Every assignment is checked, the constructor's and a later one alike.
+        # Every assignment is checked, the constructor's and a later one alike.
         check = _FIELD_CHECKS.get(name)
         super().__setattr__(name, value if check is None else check(value))
 
@@ -98,7 +98,7 @@ class KtBt:
         return self.kt.size == 3601
 
     def _record(self, vtemp):
-#The correction reads the entry at the clamped index : up to entry 1200, or 3600 for version 3.
+        # The correction reads the entry at the clamped index: up to entry 1200, or 3600 for version 3.
         _, kt, bt = self.arrays()
         return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, kt, bt, vtemp)
 
@@ -139,8 +139,7 @@ class KtBt:
         """Temperatures in 1/16 K (uint16) of raw responses: correction, then the NUC table.
 
         Per pixel this is temp_measure_with_NUC_value (for 3601-entry arrays the version-3
-        correction, then remap_temp);
-degC = value / 16 - 273.15.
+        correction, then remap_temp); degC = value / 16 - 273.15.
         """
         table = check_table("nuc_table", nuc_table, np.uint16, (8192,))
         record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))

@@ -46,7 +46,7 @@ def _mode_table(mode, correct_table, scene):
     if mode <= 7:
         table = correction_table_array(correct_table)
         return mode, buffer("correct_table", table, c_uint16, correction_table_words(table))
-#The library insists on a table pointer even in the modes that never read the table.
+    # The library insists on a table pointer even in the modes that never read the table.
     return mode, buffer("correct_table", np.zeros(1, dtype=np.uint16), c_uint16, 0)
 
 
@@ -112,7 +112,7 @@ def calibration_point_nuc(old, new, nuc_table, output_temp, setting_temp, cur_vt
     calib = old.calib_param(nuc_table_len=nuc.size, cur_vtemp=int(check_integer("cur_vtemp", cur_vtemp, 0,
                                                                                   0xFFFF)))
     param = R.second_cal_param_t(_scene_record(scene), calib)
-#The new arrays are read like the old ones, at indexes below ktbt_array_len.
+    # The new arrays are read like the old ones, at indexes below ktbt_array_len.
     length, new_kt, new_bt = _ktbt_arrays("new", new)
     if length != calib.ktbt_array_len:
         raise ValueError(f"the new KT/BT arrays hold {length} entries, the old ones {calib.ktbt_array_len}")
@@ -143,7 +143,7 @@ def new_kt_bt(param, ktbt):
     if not isinstance(param, R.multi_point_kt_param_t):
         raise TypeError("param must be a radimo.records.multi_point_kt_param_t")
     length, kt, bt = _ktbt_arrays("ktbt", ktbt)
-#The rebuild reads and writes param.table_len entries of each array.
+    # The rebuild reads and writes param.table_len entries of each array.
     if param.table_len != length:
         raise ValueError(f"param.table_len is {param.table_len}; the KT/BT arrays hold {length} entries")
     new_kt, new_bt, result = _new_arrays(param.table_len)

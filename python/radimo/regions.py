@@ -1,21 +1,15 @@
-""
-    "Regions of a frame (rectangles, ellipses, polygons, masks) and their statistics.
+"""Regions of a frame (rectangles, ellipses, polygons, masks) and their statistics.
 
-    r = radimo.Region.polygon([ (10, 10), (60, 12), (40, 50) ], name = "mug")
-            s = radimo.region_stats(kelvin16, r, unit = "kelvin16") #degC : s.max,
-    s.mean, s.std,
-    s.percentiles s = radimo.region_stats(kelvin16, r.with_scene(ems = 0.95), unit = "kelvin16",
-                                          correct_table = cam.correct_table,
-                                          scene = cam.scene) #object temperatures table =
-        radimo
-            .time_series(stack, [ r, radimo.Region.ellipse(80, 40, 12, 8) ], unit = "kelvin16", fps = 30)
-                radimo.write_regions("regions.json", [r]) #the file `radimo-- regions` reads
+    r = radimo.Region.polygon([(10, 10), (60, 12), (40, 50)], name="mug")
+    s = radimo.region_stats(kelvin16, r, unit="kelvin16")      # degC: s.max, s.mean, s.std, s.percentiles
+    s = radimo.region_stats(kelvin16, r.with_scene(ems=0.95), unit="kelvin16",
+                            correct_table=cam.correct_table, scene=cam.scene)  # object temperatures
+    table = radimo.time_series(stack, [r, radimo.Region.ellipse(80, 40, 12, 8)], unit="kelvin16", fps=30)
+    radimo.write_regions("regions.json", [r])                 # the file `radimo --regions` reads
 
-                    Statistics come from the
-                        library's region functions (radimo_region_stats, radimo_region_counts and the count -
-        table functions,
-    radimo_region_object_stats for a region with its own scene) : true extremes with their
-last(x, y) position in row-major order, pixel count, mean and population standard deviation, exact
+Statistics come from the library's region functions (radimo_region_stats, radimo_region_counts and the
+count-table functions, radimo_region_object_stats for a region with its own scene): true extremes with their
+last (x, y) position in row-major order, pixel count, mean and population standard deviation, exact
 percentiles (numpy.percentile's linear rule), a histogram into the caller's bins and isotherm areas. The
 shapes' pixel rules are those of the library: a pixel belongs to a shape when its centre (x, y) does; a
 polygon uses the even-odd rule, its left and top edges in, right and bottom edges out.
@@ -38,7 +32,7 @@ from .correction import Scene, correction_table_array, correction_table_words
 RECT, ELLIPSE, POLYGON, MASK = 1, 2, 3, 4
 _SAMPLING = {"pixel": 0, "mean3": 1}
 _SCENE_FIELDS = ("dist", "ems", "hum", "ta", "tu")
-# : Version number of the regions file format(the "radimo_regions" member).
+#: Version number of the regions file format (the "radimo_regions" member).
 FILE_VERSION = 1
 
 
@@ -127,8 +121,7 @@ class Region:
 
     def to_json(self, mask_file=None):
         """The region as a member of the regions file ("mask" regions name their mask file)."""
-        item = {
-    "name" : self.name, "shape" : self.kind}
+        item = {"name": self.name, "shape": self.kind}
         if self.kind == "rect":
             item.update(zip(("x", "y", "w", "h"), self.params))
         elif self.kind == "ellipse":
@@ -164,15 +157,14 @@ def _scene_overrides(scene):
     if scene is None:
         return None
     if isinstance(scene, Scene):
-        scene = {
-k: getattr(scene, k) for k in _SCENE_FIELDS}
+        scene = {k: getattr(scene, k) for k in _SCENE_FIELDS}
     unknown = set(scene) - set(_SCENE_FIELDS)
     if unknown:
         raise ValueError(f"unknown scene field {sorted(unknown)[0]!r} (known: {', '.join(_SCENE_FIELDS)})")
-    return {
-k: float(v) for k, v in scene.items()}
+    return {k: float(v) for k, v in scene.items()}
 
-#-- -- Regions file -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+
+# ---- Regions file ------------------------------------------------------------------------------------
 
 def read_mask(path):
     """A mask from an 8- or 16-bit binary PGM file (non-zero = inside), as a boolean array."""
@@ -236,7 +228,8 @@ def write_regions(path, regions):
     temporary.write_text(json.dumps({"radimo_regions": FILE_VERSION, "regions": items}, indent=2) + "\n")
     temporary.replace(path)
 
-#-- -- Statistics -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -
+
+# ---- Statistics ---------------------------------------------------------------------------------------
 
 @dataclass(frozen=True)
 class RegionStats:
@@ -326,12 +319,12 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
         edges = _edges(bins, to_unit(s.min), to_unit(s.max))
         frame_edges = np.ascontiguousarray(_to_kelvin16(edges) if celsius else edges, dtype=np.float64)
         out = np.zeros(len(edges) - 1, dtype=np.uint64)
-        call("radimo_counts_histogram", _counts_buffer(counts), buffer("bin edges", frame_edges, c_double, len(edges)),
-             len(out), buffer("bins", out, c_uint64, len(out), True))
+        call("radimo_counts_histogram", _counts_buffer(counts), buffer("bin edges", frame_edges, c_double,
+             len(edges)), len(out), buffer("bins", out, c_uint64, len(out), True))
         histogram = (out, edges)
     hot = cold = None
     if above is not None or below is not None:
-#The library compares whole frame values : v> high and v < low.
+        # The library compares whole frame values: v > high and v < low.
         high = math.floor(_to_kelvin16(above) if celsius else above) if above is not None else 65535
         low = math.ceil(_to_kelvin16(below) if celsius else below) if below is not None else 0
         a, b = c_uint64(), c_uint64()
@@ -362,8 +355,7 @@ def _object_stats(array, resolution, record, region, percents, bins, above, belo
     if unit != "kelvin16" or table is None:
         raise ValueError(f"region {region.name!r} has a scene of its own: its object temperatures need a "
                          "1/16 K frame (unit='kelvin16') and the camera's correct_table")
-    base = {
-k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
+    base = {k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
     fields = {**base, **(region.scene or {})}
     missing = [k for k in _SCENE_FIELDS if k not in fields]
     if missing:
@@ -375,12 +367,13 @@ k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
     p_in = np.array(wanted, dtype=np.float64)
     p_out = np.zeros(len(wanted), dtype=np.float64)
     s = R.radimo_region_object_stats_t()
-    call("radimo_region_object_stats", byref(merged.record()), table_p, buffer("frame", array, c_uint16, array.size),
-         resolution, byref(record), _SAMPLING[sampling], buffer("percentiles", p_in, c_double, len(wanted)),
-         len(wanted), buffer("percentiles", p_out, c_double, len(wanted), True), byref(s))
+    call("radimo_region_object_stats", byref(merged.record()), table_p,
+         buffer("frame", array, c_uint16, array.size), resolution, byref(record), _SAMPLING[sampling],
+         buffer("percentiles", p_in, c_double, len(wanted)), len(wanted),
+         buffer("percentiles", p_out, c_double, len(wanted), True), byref(s))
     histogram = hot = cold = None
     if bins is not None or above is not None or below is not None:
-#The region's distribution by 1/16 K value, each value present corrected once.
+        # The region's distribution by 1/16 K value, each value present corrected once.
         counts = np.zeros(65536, dtype=np.uint32)
         call("radimo_region_counts", buffer("frame", array, c_uint16, array.size), resolution, byref(record),
              _SAMPLING[sampling], 0, array.shape[0], _counts_buffer(counts, True))
@@ -414,7 +407,8 @@ def delta_t(a, b):
     """Mean, maximum and minimum of region a minus region b (RegionStats), as a dict, K."""
     return {"mean": a.mean - b.mean, "max": a.max - b.max, "min": a.min - b.min}
 
-#-- -- Time series -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+
+# ---- Time series --------------------------------------------------------------------------------------
 
 STATISTICS = ("max", "min", "mean", "std", "count", "max_x", "max_y", "min_x", "min_y")
 
@@ -434,8 +428,7 @@ def time_series(frames, regions, fps=None, times=None, percentiles=(), dataframe
     if len(set(names)) != len(names):
         raise ValueError("region names must be distinct")
     n = len(stack)
-    columns = {
-    "frame" : np.arange(n)}
+    columns = {"frame": np.arange(n)}
     if times is not None:
         columns["time"] = check_real("times", times).reshape(-1)
         if len(columns["time"]) != n:
@@ -451,9 +444,8 @@ def time_series(frames, regions, fps=None, times=None, percentiles=(), dataframe
     for i, frame in enumerate(stack):
         for name, region in zip(names, regions):
             s = region_stats(frame, region, percentiles=percentiles, **options)
-            row = {
-    "max" : s.max, "min" : s.min, "mean" : s.mean, "std" : s.std, "count" : s.count, "max_x" : s.max_at[0],
-        "max_y" : s.max_at[1], "min_x" : s.min_at[0], "min_y" : s.min_at[1]}
+            row = {"max": s.max, "min": s.min, "mean": s.mean, "std": s.std, "count": s.count,
+                   "max_x": s.max_at[0], "max_y": s.max_at[1], "min_x": s.min_at[0], "min_y": s.min_at[1]}
             for stat, value in row.items():
                 columns[f"{name}.{stat}"][i] = value
             for p in percentiles:
