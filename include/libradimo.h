@@ -1043,10 +1043,14 @@ RADIMO_API int radimo_region_stats_merge(radimo_region_stats_t *first, const rad
  * exact distribution, from which radimo_counts_percentile, radimo_counts_histogram and
  * radimo_counts_threshold derive percentiles, histograms and isotherm areas. Bands merge by adding (or by
  * counting into the same table one after the other).
- * @param counts 65536 entries, caller-owned and initialised by the caller (zero it before the first band);
- * the caller keeps each entry's total below 2^32 (one frame holds at most 2^30 pixels).
- * Other parameters and results as radimo_region_stats; on failure counts is untouched. Reentrant on
- * distinct tables. */
+ * @param frame width * height samples, read only.
+ * @param resolution width | height << 16, each 1 .. 32767.
+ * @param region the region; it must have a pixel inside the whole frame.
+ * @param sampling RADIMO_SAMPLE_PIXEL or RADIMO_SAMPLE_MEAN3.
+ * @param first_row, row_count the band of rows (first_row + row_count <= height).
+ * @param[in,out] counts 65536 entries, caller-owned and initialised by the caller (zero it before the first
+ * band); the caller keeps each entry's total below 2^32 (one frame holds at most 2^30 pixels).
+ * @return as radimo_region_stats; on failure counts is untouched. Reentrant on distinct tables. */
 RADIMO_API int radimo_region_counts(const uint16_t *frame, uint32_t resolution, const radimo_region_t *region,
                                     uint32_t sampling, uint32_t first_row, uint32_t row_count,
                                     uint32_t *counts);
@@ -1105,6 +1109,7 @@ typedef struct radimo_region_object_stats_t {
  * @param frame 1/16 K temperatures, width * height.
  * @param resolution, region, sampling as radimo_region_stats (the whole frame: no band).
  * @param percents percent_count values 0 .. 100 (NULL when percent_count is 0).
+ * @param percent_count number of percentiles asked, 0 or more.
  * @param[out] percentiles percent_count object temperatures, degC, by radimo_counts_percentile's rule over
  * the corrected values (NULL when percent_count is 0).
  * @param[out] stats the statistics.

@@ -6,6 +6,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/log.h>
 #include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
@@ -49,6 +50,7 @@ public:
                  double fps, std::string shown)
         : shown_(std::move(shown)), width_(width), height_(height) {
         const bool gif = format == "gif";
+        av_log_set_level(AV_LOG_ERROR);  // the encoders' statistics are not the tool's output
         // H.264 in 4:2:0 needs even sides: odd pictures get one more row or column (background).
         const int w = gif ? width : (width + 1) / 2 * 2, h = gif ? height : (height + 1) / 2 * 2;
         check(avformat_alloc_output_context2(&format_, nullptr, format.c_str(), path.c_str()),
@@ -66,6 +68,7 @@ public:
         codec_->framerate = AVRational{rate, 1000};
         codec_->pix_fmt = gif ? AV_PIX_FMT_RGB8 : AV_PIX_FMT_YUV420P;
         codec_->gop_size = 50;
+        codec_->max_b_frames = 0;  // every frame decodes on its own order: players and counters agree
         if (format_->oformat->flags & AVFMT_GLOBALHEADER) codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         AVDictionary *options = nullptr;
         if (!gif && std::strcmp(codec->name, "libx264") == 0) {
