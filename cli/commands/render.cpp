@@ -33,12 +33,6 @@ struct RenderOptions {
     CameraOptions camera;
 };
 
-std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
-    const std::vector<double> v = parse_temperatures(option, text, 2);
-    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
-    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
-}
-
 // A frame in degC for the picture and in 1/16 K for the measurements, its regions measured.
 void measured_frame(const Frame &frame, const FrameConverter &converter, const std::string &name,
                     const std::vector<Region> &regions, PictureRequest &request, Frame &celsius,
@@ -113,12 +107,7 @@ void render_sequence(const RenderOptions &o, PictureRequest request, const std::
 }
 
 void run_render(const RenderOptions &o) {
-    const Palette *palette = find_palette(o.palette);
-    if (palette == nullptr) {
-        std::string names;
-        for (std::string_view n : palette_names()) names += (names.empty() ? "" : ", ") + std::string(n);
-        fail_usage("--palette " + o.palette + ": unknown palette (choose one of " + names + ")");
-    }
+    const Palette *palette = &palette_option(o.palette);
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
     PictureRequest request;
     request.palette = palette;
@@ -172,9 +161,7 @@ void add_render_command(CLI::App &program, Commands &commands) {
         ->required();
     cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
         ->capture_default_str();
-    std::string names;
-    for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
-    cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
+    cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
     auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
     cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
     cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");

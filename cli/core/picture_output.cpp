@@ -8,6 +8,19 @@
 
 namespace radimo::cli {
 
+const Palette &palette_option(const std::string &name) {
+    const Palette *palette = find_palette(name);
+    if (palette == nullptr)
+        fail_usage("--palette " + name + ": unknown palette (choose one of " + palette_choices(", ") + ")");
+    return *palette;
+}
+
+std::string palette_choices(const char *separator) {
+    std::string names;
+    for (std::string_view n : palette_names()) names += (names.empty() ? "" : separator) + std::string(n);
+    return names;
+}
+
 std::string celsius_label(uint16_t kelvin16) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f \u00b0C", static_cast<double>(celsius_of_kelvin16(kelvin16)));
@@ -50,11 +63,13 @@ Picture draw_picture(const PictureRequest &request, bool rgb) {
             {t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
     }
     drawing.rgb = rgb;
+    Picture picture;
     try {
-        return render_picture(drawing);
+        picture = render_picture(drawing);
     } catch (const std::runtime_error &e) {
         fail_usage(std::string("cannot render the picture: ") + e.what());
     }
+    return picture;
 }
 
 Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
