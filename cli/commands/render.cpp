@@ -9,6 +9,7 @@
 #include "core/conversion.h"
 #include "core/errors.h"
 #include "core/picture_output.h"
+#include "core/shape_regions.h"
 #include "formats/frame_file.h"
 #include "formats/video.h"
 #include "picture/scale.h"
@@ -24,6 +25,9 @@ struct RenderOptions {
     bool automatic = false;
     std::string isotherm;
     std::vector<std::string> points, lines, rects;
+    std::vector<std::string> polygons, ellipses, masks;
+    std::string regions_file;
+    bool histogram = false;
     bool no_bar = false;
     bool no_crosshairs = false;
     std::string caption;
@@ -33,17 +37,33 @@ struct RenderOptions {
     CameraOptions camera;
 };
 
+// What the picture marks and measures: points, lines and rectangles, and regions of any shape (with
+// the camera's scene and table for those with a scene of their own).
+struct Marks {
+    std::vector<Region> regions;
+    std::vector<ShapeRegion> shapes;
+    const CameraProfile *camera = nullptr;
+};
+
 // A frame in degC for the picture and in 1/16 K for the measurements, its regions measured.
 void measured_frame(const Frame &frame, const FrameConverter &converter, const std::string &name,
-                    const std::vector<Region> &regions, PictureRequest &request, Frame &celsius,
-                    Frame &kelvin16) {
+                    Marks &marks, PictureRequest &request, Frame &celsius, Frame &kelvin16) {
     celsius = converter.convert(frame, Unit::kCelsius, name);
     // The shown temperatures, measured: only their unit changes.
     kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, name);
     request.regions.clear();
-    for (const Region &r : regions) {
+    for (const Region &r : marks.regions) {
         check_inside(r, kelvin16.width, kelvin16.height);
         request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
+    }
+    request.outlines.clear();
+    for (ShapeRegion &g : marks.shapes) {
+        const ShapeResult m = measure_shape(kelvin16, g, marks.camera ? &marks.camera->scene : nullptr,
+                                            marks.camera ? &marks.camera->correct_table : nullptr);
+        const double mean = m.object ? m.object->mean : m.pixels.mean / 16.0 - 273.15;
+        char label[48];
+        std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", mean, m.object ? " (own scene)" : "");
+        request.outlines.push_back(outline_mark(g, g.label + label));
     }
     request.celsius = &celsius;
     request.kelvin16 = &kelvin16;
@@ -52,7 +72,7 @@ void measured_frame(const Frame &frame, const FrameConverter &converter, const s
 // Every frame of the input with one scale: the given range, or the union of every frame's
 // automatic range. Written as a video (format "mp4" or "gif") or as PNG files named by the
 // printf pattern of the output (format "").
-void render_sequence(const RenderOptions &o, PictureRequest request, const std::vector<Region> &regions,
+void render_sequence(const RenderOptions &o, PictureRequest request, Marks &marks,
                      const FrameConverter &converter, std::optional<FrameSize> size,
                      const std::string &format) {
     if (!(o.fps > 0) || o.fps > 1000) fail_usage("--fps: give 0 < FPS <= 1000");
@@ -74,7 +94,7 @@ void render_sequence(const RenderOptions &o, PictureRequest request, const std::
     auto reader = open_frame_file(o.input, size);
     int width = 0, height = 0;
     for (std::size_t i = 0; reader->next(frame); ++i) {
-        measured_frame(frame, converter, o.input, regions, request, celsius, kelvin16);
+        measured_frame(frame, converter, o.input, marks, request, celsius, kelvin16);
         char counter[96];
         std::snprintf(counter, sizeof counter, "frame %zu/%zu  %.2f s", i + 1, count,
                       static_cast<double>(i) / o.fps);
@@ -108,8 +128,11 @@ void render_sequence(const RenderOptions &o, PictureRequest request, const std::
 
 void run_render(const RenderOptions &o) {
     const Palette *palette = &palette_option(o.palette);
-    const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
+    Marks marks;
+    marks.regions = parse_regions(o.points, o.lines, o.rects);
+    marks.shapes = parse_shape_regions(o.polygons, o.ellipses, o.masks, o.regions_file);
     PictureRequest request;
+    request.histogram = o.histogram;
     request.palette = palette;
     if (!o.range.empty()) request.range = parse_interval("--range", o.range);
     if (!o.isotherm.empty()) request.isotherm = parse_interval("--isotherm", o.isotherm);
@@ -120,10 +143,11 @@ void run_render(const RenderOptions &o) {
     const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
+    marks.camera = camera ? &*camera : nullptr;
     const std::string extension = std::filesystem::path(o.output).extension().string();
     const bool frames = o.output.find('%') != std::string::npos;
     if (extension == ".mp4" || extension == ".gif" || frames) {
-        render_sequence(o, request, regions, converter, size, frames ? "" : extension.substr(1));
+        render_sequence(o, request, marks, converter, size, frames ? "" : extension.substr(1));
         return;
     }
     if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
@@ -141,7 +165,7 @@ void run_render(const RenderOptions &o) {
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
     Frame celsius, kelvin16;
-    measured_frame(frame, converter, o.input, regions, request, celsius, kelvin16);
+    measured_frame(frame, converter, o.input, marks, request, celsius, kelvin16);
     const Picture picture = write_picture(o.output, request);
     std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width,
                  picture.height, o.palette.c_str(), static_cast<double>(picture.lo),
@@ -168,6 +192,13 @@ void add_render_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--point", o->points, "Mark and measure a point X,Y (repeatable)");
     cmd->add_option("--line", o->lines, "Mark and measure a line X0,Y0,X1,Y1 (repeatable)");
     cmd->add_option("--rect", o->rects, "Mark and measure a rectangle X,Y,W,H (repeatable)");
+    cmd->add_option("--polygon", o->polygons,
+                    "Mark and measure a polygon X0,Y0,X1,Y1,X2,Y2,... (repeatable)");
+    cmd->add_option("--ellipse", o->ellipses, "Mark and measure an ellipse CX,CY,RX,RY (repeatable)");
+    cmd->add_option("--mask", o->masks, "Mark and measure a mask file (non-zero = inside) (repeatable)");
+    cmd->add_option("--regions", o->regions_file,
+                    "Mark and measure the regions of a regions file (JSON; docs/formats.md)");
+    cmd->add_flag("--histogram", o->histogram, "The histogram of the frame beside the colour bar");
     cmd->add_flag("--no-bar", o->no_bar, "No colour bar");
     cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest points");
     cmd->add_option("--caption", o->caption, "One-line caption");

@@ -9,6 +9,7 @@
 
 #include "core/frame.h"
 #include "core/regions.h"
+#include "core/shape_regions.h"
 #include "picture/picture.h"
 
 namespace radimo::cli {
@@ -17,6 +18,8 @@ struct PictureRequest {
     const Frame *celsius = nullptr;   // what is shown
     const Frame *kelvin16 = nullptr;  // what is measured (the same temperatures in 1/16 K)
     std::vector<RegionResult> regions;
+    std::vector<OutlineMark> outlines;  // regions of any shape (outline_mark())
+    bool histogram = false;             // beside the colour bar
     const Palette *palette = nullptr;
     std::optional<std::pair<float, float>> range;
     std::optional<std::pair<float, float>> isotherm;
@@ -29,6 +32,10 @@ struct PictureRequest {
 // the names of the palettes joined by `separator`.
 const Palette &palette_option(const std::string &name);
 std::string palette_choices(const char *separator);
+
+// The outline of a region as the picture draws it: a polygon's edges, an ellipse, the border of a
+// rectangle's or a mask's pixels.
+OutlineMark outline_mark(const ShapeRegion &region, std::string label);
 
 // "65.2 °C".
 std::string celsius_label(uint16_t kelvin16);

@@ -138,6 +138,9 @@ private:
             const int got = avcodec_receive_packet(codec_, packet_);
             if (got == AVERROR(EAGAIN) || got == AVERROR_EOF) return;
             check(got, "a frame");
+            // Each picture lasts one frame period; without a duration the container's edit list
+            // would end at the last picture's start and players would drop that picture.
+            if (packet_->duration <= 0) packet_->duration = 1;
             av_packet_rescale_ts(packet_, codec_->time_base, stream_->time_base);
             packet_->stream_index = stream_->index;
             check(av_interleaved_write_frame(format_, packet_), "a frame");

@@ -96,6 +96,15 @@ private:
 
 // The panel width the colour bar needs for these tick and end labels.
 double colour_bar_width(cairo_t *cr, float lo, float hi, double ui, const std::string &unit);
+// Where the bar itself lies in the panel.
+struct BarGeometry {
+    double left, top, width, height;
+};
+BarGeometry bar_geometry(const Layout &layout);
+// The width the histogram strip adds to the panel, and the strip at the panel's right side: the
+// share of the frame's pixels in each temperature band of the bar, level with the bar.
+double histogram_strip_width(double ui);
+void draw_histogram_strip(cairo_t *cr, const PictureSpec &request, float lo, float hi, const Layout &layout);
 
 void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
                         float lo, float hi, const Layout &layout);

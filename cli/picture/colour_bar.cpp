@@ -10,18 +10,8 @@
 namespace radimo::cli::detail {
 namespace {
 
-struct BarGeometry {
-    double left, top, width, height;
-};
-
 constexpr double bar_margin = 14, bar_width = 18, tick_length = 5, tick_gap = 4, right_margin = 12;
 constexpr double tick_font = 11.5, end_font = 12.5, tick_spacing = 34;
-
-BarGeometry bar_geometry(const Layout &layout) {
-    const double ui = layout.ui, top = std::round(layout.panel.y + 40 * ui);
-    const double bottom = std::round(layout.panel.y + layout.panel.h - 16 * ui);
-    return {std::round(layout.panel.x + bar_margin * ui), top, std::round(bar_width * ui), bottom - top};
-}
 
 int end_decimals(float lo, float hi, const Ticks &ticks) {
     return std::max(
@@ -33,6 +23,12 @@ Ticks bar_ticks(float lo, float hi, double bar_height, double ui) {
 }
 
 }  // namespace
+
+BarGeometry bar_geometry(const Layout &layout) {
+    const double ui = layout.ui, top = std::round(layout.panel.y + 40 * ui);
+    const double bottom = std::round(layout.panel.y + layout.panel.h - 16 * ui);
+    return {std::round(layout.panel.x + bar_margin * ui), top, std::round(bar_width * ui), bottom - top};
+}
 
 double colour_bar_width(cairo_t *cr, float lo, float hi, double ui, const std::string &unit) {
     const Ticks ticks = round_ticks(lo, hi, 16);

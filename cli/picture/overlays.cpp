@@ -1,5 +1,6 @@
 // Measurement overlays: rectangles, lines, points and the hottest/coldest crosshairs, each with
 // a dark halo under its stroke, and their labels in boxes that stay inside the image.
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -48,6 +49,20 @@ void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout
                         r.w * f - 2 * inset, r.h * f - 2 * inset);
         halo_stroke(cr, mark_colour, line_width, ui);
     }
+    for (const OutlineMark &o : request.outlines) {
+        cairo_new_path(cr);
+        for (const auto &path : o.paths) {
+            for (std::size_t i = 0; i < path.size(); ++i) {
+                const double x = layout.px(path[i].first), y = layout.py(path[i].second);
+                if (i == 0)
+                    cairo_move_to(cr, x, y);
+                else
+                    cairo_line_to(cr, x, y);
+            }
+            if (o.closed) cairo_close_path(cr);
+        }
+        halo_stroke(cr, mark_colour, line_width, ui);
+    }
     for (const LineMark &l : request.lines) {
         const double x0 = layout.px(l.x0), y0 = layout.py(l.y0), x1 = layout.px(l.x1), y1 = layout.py(l.y1);
         const double length = std::hypot(x1 - x0, y1 - y0), cap = 4 * ui;
@@ -86,6 +101,19 @@ void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout
     for (const RectMark &r : request.rects)
         labels.place(cr, r.label, Box{layout.image.x + r.x * f, layout.image.y + r.y * f, r.w * f, r.h * f},
                      mark_colour);
+    for (const OutlineMark &o : request.outlines) {
+        // Beside the outline's bounding box, within the image.
+        double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+        for (const auto &path : o.paths)
+            for (const auto &[x, y] : path)
+                x0 = std::min(x0, x), y0 = std::min(y0, y), x1 = std::max(x1, x), y1 = std::max(y1, y);
+        if (!(x0 <= x1)) continue;
+        const Box box{std::max(layout.px(x0), layout.image.x), std::max(layout.py(y0), layout.image.y), 0, 0};
+        labels.place(cr, o.label,
+                     Box{box.x, box.y, std::min(layout.px(x1), layout.image.x + layout.image.w) - box.x,
+                         std::min(layout.py(y1), layout.image.y + layout.image.h) - box.y},
+                     mark_colour);
+    }
     for (const LineMark &l : request.lines)
         labels.place(cr, l.label, (layout.px(l.x0) + layout.px(l.x1)) / 2,
                      (layout.py(l.y0) + layout.py(l.y1)) / 2, 4 * ui, mark_colour);

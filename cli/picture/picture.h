@@ -33,6 +33,14 @@ struct RectMark {
     int x, y, w, h;
     std::string label;
 };
+// The outline of a region of any shape: paths through frame coordinates (pixel (c, r) has its
+// centre at (c, r)), such as a polygon's vertices, points around an ellipse, or the pixel edges of a
+// mask; each path closed back to its start when `closed`.
+struct OutlineMark {
+    std::vector<std::vector<std::pair<double, double>>> paths;
+    bool closed = true;
+    std::string label;
+};
 // A crosshair at the hottest (hot = true, warm colour) or coldest (cool colour) pixel, with its
 // temperature as the label, e.g. "65.2 °C".
 struct Crosshair {
@@ -48,9 +56,11 @@ struct PictureSpec {
     std::optional<std::pair<float, float>> range;     // locked scale lo,hi degC; nullopt = automatic_range()
     std::optional<std::pair<float, float>> isotherm;  // pixels within [lo,hi] highlighted
     bool colour_bar = true;
+    bool histogram = false;  // the frame's histogram over the scale, beside the colour bar
     std::vector<PointMark> points;
     std::vector<LineMark> lines;
     std::vector<RectMark> rects;
+    std::vector<OutlineMark> outlines;
     std::vector<Crosshair> crosshairs;
     std::string caption;           // optional one-line caption
     std::string unit = "\u00B0C";  // of the values and the colour bar ("K" for differences)

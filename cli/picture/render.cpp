@@ -55,6 +55,12 @@ void check_marks(const PictureSpec &s) {
         if (r.x < 0 || r.y < 0 || int64_t{r.x} + r.w > s.width || int64_t{r.y} + r.h > s.height)
             outside(name);
     }
+    // An outline may reach beyond the frame (only its part over the frame is drawn), never to infinity.
+    for (const OutlineMark &o : s.outlines)
+        for (const auto &path : o.paths)
+            for (const auto &[x, y] : path)
+                if (!std::isfinite(x) || !std::isfinite(y))
+                    fail("the outline of " + o.label + " is not finite");
 }
 
 void check_band(const std::pair<float, float> &band, const char *what, bool strict) {
@@ -89,7 +95,9 @@ Layout lay_out(const PictureSpec &s, float lo, float hi) {
     // Text is measured on a scratch surface before the real one exists.
     SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
     CairoPtr cr(cairo_create(scratch.get()));
-    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui, s.unit) : 0;
+    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui, s.unit) +
+                                              (s.histogram ? histogram_strip_width(l.ui) : 0)
+                                        : 0;
     const double body_h = std::max(l.image.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
     const double caption_h = s.caption.empty() ? 0 : std::round(26 * l.ui);
     l.panel = {l.image.w, 0, panel_w, body_h};
@@ -132,6 +140,7 @@ Picture render_picture(const PictureSpec &request) {
 
     paint_false_colour(surface.get(), request, palette, lo, hi, layout);
     if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
+    if (request.colour_bar && request.histogram) draw_histogram_strip(cr.get(), request, lo, hi, layout);
     draw_overlays(cr.get(), request, layout);
     draw_caption(cr.get(), request, layout);
     if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS)

@@ -108,7 +108,10 @@ TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZero) {
 
 TEST_F(RegionsAndTime, SequencesRenderAsVideosAndFrames) {
     write_frames("seq.tiff", kelvin16_frames(5, 40, 30));
-    ASSERT_EQ(radimo("render seq.tiff -o frames/f%03d.png --rect 2,2,8,8").exit_code, 0);
+    ASSERT_EQ(radimo("render seq.tiff -o frames/f%03d.png --rect 2,2,8,8 --polygon 3,3,30,5,20,25 "
+                     "--ellipse 20,15,6,4 --histogram")
+                  .exit_code,
+              0);
     EXPECT_TRUE(fs::exists(path("frames/f004.png")));
     EXPECT_FALSE(fs::exists(path("frames/f005.png")));
     const RunResult mp4 = radimo("render seq.tiff -o v.mp4 --fps 10 --range 10,90");
