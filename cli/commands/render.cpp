@@ -59,7 +59,7 @@ void measured_frame(const Frame &frame, const FrameConverter &converter, const s
     request.outlines.clear();
     for (ShapeRegion &g : marks.shapes) {
         const ShapeResult m = measure_shape(kelvin16, g, marks.camera ? &marks.camera->scene : nullptr,
-                                            marks.camera ? &marks.camera->correct_table : nullptr);
+                                            marks.camera ? &marks.camera->correct_table : nullptr, 0, false);
         const double mean = m.object ? m.object->mean : m.pixels.mean / 16.0 - 273.15;
         char label[48];
         std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", mean, m.object ? " (own scene)" : "");

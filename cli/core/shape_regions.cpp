@@ -240,7 +240,7 @@ std::vector<ShapeRegion> parse_shape_regions(const std::vector<std::string> &pol
 }
 
 ShapeResult measure_shape(const Frame &k16, ShapeRegion &r, const env_correct_param_t *scene,
-                          const std::vector<uint16_t> *correct_table, int bins) {
+                          const std::vector<uint16_t> *correct_table, int bins, bool details) {
     ShapeResult out;
     out.label = r.label;
     if (r.region.shape == RADIMO_REGION_MASK && (r.mask_width != k16.width || r.mask_height != k16.height))
@@ -257,14 +257,17 @@ ShapeResult measure_shape(const Frame &k16, ShapeRegion &r, const env_correct_pa
     } catch (const Error &e) {
         fail_usage(r.label + " (" + r.shape_name() + " " + r.describe() + "): " + e.what());
     }
-    check_library(radimo_region_stats(f, res, &g, RADIMO_SAMPLE_MEAN3, 0, h, &out.means),
-                  "radimo_region_stats");
-    std::vector<uint32_t> counts(65536, 0);
-    check_library(radimo_region_counts(f, res, &g, RADIMO_SAMPLE_PIXEL, 0, h, counts.data()),
-                  "radimo_region_counts");
-    double *p[3] = {&out.p5, &out.median, &out.p95};
     const double percents[3] = {5, 50, 95};
-    for (int i = 0; i < 3; ++i) {
+    if (details) {
+        check_library(radimo_region_stats(f, res, &g, RADIMO_SAMPLE_MEAN3, 0, h, &out.means),
+                      "radimo_region_stats");
+    }
+    std::vector<uint32_t> counts(details || bins > 0 ? 65536 : 0, 0);
+    if (!counts.empty())
+        check_library(radimo_region_counts(f, res, &g, RADIMO_SAMPLE_PIXEL, 0, h, counts.data()),
+                      "radimo_region_counts");
+    double *p[3] = {&out.p5, &out.median, &out.p95};
+    for (int i = 0; i < (details ? 3 : 0); ++i) {
         check_library(radimo_counts_percentile(counts.data(), percents[i], p[i]), "radimo_counts_percentile");
         *p[i] = *p[i] / 16.0 - 273.15;
     }
@@ -287,9 +290,10 @@ ShapeResult measure_shape(const Frame &k16, ShapeRegion &r, const env_correct_pa
             if (!std::isnan(r.scene[static_cast<std::size_t>(i)]))
                 *fields[i] = r.scene[static_cast<std::size_t>(i)];
         radimo_region_object_stats_t o{};
-        check_library(radimo_region_object_stats(&s, correct_table->data(), f, res, &g, RADIMO_SAMPLE_PIXEL,
-                                                 percents, 3, out.object_percentiles.data(), &o),
-                      "radimo_region_object_stats");
+        check_library(
+            radimo_region_object_stats(&s, correct_table->data(), f, res, &g, RADIMO_SAMPLE_PIXEL, percents,
+                                       details ? 3 : 0, out.object_percentiles.data(), &o),
+            "radimo_region_object_stats");
         out.object = o;
     }
     return out;

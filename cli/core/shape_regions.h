@@ -58,8 +58,9 @@ struct ShapeResult {
 
 // Measures a region (usage error when it has no pixel in the frame). `scene` and `correct_table`
 // are the camera's (needed when the region has a scene of its own). bins > 0 adds a histogram of
-// that many equal bins between the region's extremes.
+// that many equal bins between the region's extremes. Without `details` only the pixel statistics
+// (and the object statistics) are measured: no 3x3 means, no percentiles (what a picture shows).
 ShapeResult measure_shape(const Frame &kelvin16, ShapeRegion &region, const env_correct_param_t *scene,
-                          const std::vector<uint16_t> *correct_table, int bins = 0);
+                          const std::vector<uint16_t> *correct_table, int bins = 0, bool details = true);
 
 }  // namespace radimo::cli
