@@ -108,10 +108,11 @@ class KtBt:
         The library computes it (radimo_ktbt_index); a scalar vtemp gives an int, an array of
         readings an int32 array of their indices.
         """
-        out = c_int32()
+        record, out = self._record(0), c_int32()
 
         def one(value):
-            call("radimo_ktbt_index", byref(self._record(value)), self.kt.size, byref(out))
+            record.vtemp = value
+            call("radimo_ktbt_index", byref(record), self.kt.size, byref(out))
             return out.value
 
         return elementwise(one, np.int32, check_integer("vtemp", vtemp, 0, 0xFFFF))
