@@ -215,7 +215,7 @@ int get_slope_line_temp(const uint16_t *frame, uint32_t resolution, point_t star
 
     SampleStats stats(*out);
     const Geometry g = radimo::frame::decode(resolution);
-    const point_t *const list = points.get(); // indexed by the signed list positions below
+    const point_t *const list = points.get();  // indexed by the signed list positions below
     bool all_inside = frame != nullptr;
     for (int i = 0; all_inside && i < n; ++i) all_inside = list_point_inside(g, list[i]);
     if (all_inside) {
