@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
             ++frames;
             const std::size_t expected = frame.pixels();
             const std::size_t held =
-                frame.unit == radimo::cli::Unit::kCelsius ? frame.celsius.size() : frame.samples.size();
+                radimo::cli::is_float_unit(frame.unit) ? frame.floats.size() : frame.samples.size();
             if (frame.width <= 0 || frame.height <= 0 || held != expected) std::abort();
         }
         if (frames > reader->frame_count()) std::abort();

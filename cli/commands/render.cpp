@@ -7,6 +7,7 @@
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
+#include "core/frame_options.h"
 #include "core/picture_output.h"
 #include "formats/frame_file.h"
 
@@ -25,7 +26,7 @@ struct RenderOptions {
     bool no_crosshairs = false;
     std::string caption;
     std::size_t frame = 0;
-    std::string size;
+    FrameOptions frames;
     CameraOptions camera;
 };
 
@@ -53,25 +54,27 @@ void run_render(const RenderOptions &o) {
     if (format_of_path(o.output) != FileFormat::kPng)
         fail_usage(o.output + ": the picture is written as .png");
 
-    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
-    auto reader = open_frame_file(o.input, size);
+    auto reader = open_frame_file(o.input, o.frames.input(camera.has_value()));
     if (o.frame >= reader->frame_count())
         fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
                    std::to_string(reader->frame_count()) + " frame(s)");
     Frame frame;
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
-    const Frame celsius = converter.convert(frame, Unit::kCelsius, o.input);
-    // The shown temperatures, measured: only their unit changes.
-    const Frame kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, o.input);
+    const Frame temperatures = converter.temperatures(frame, o.input, o.frame);
+    const Frame celsius = to_unit(temperatures, Unit::kCelsius);
+    const MeasuredFrame measured = measured_frame(temperatures);
     for (const Region &r : regions) {
-        check_inside(r, kelvin16.width, kelvin16.height);
-        request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
+        check_inside(r, measured.width, measured.height);
+        request.regions.push_back(measure_region(measured, r, std::nullopt));
     }
     request.celsius = &celsius;
-    request.kelvin16 = &kelvin16;
+    request.measured = &measured;
+    request.unit = describe_unit(frame.unit, frame.unit_source);
+    if (frame.unit == Unit::kNuc) request.unit += " through the camera";
+    if (o.camera.scene_correct) request.unit += ", scene-corrected";
     const Picture picture = write_picture(o.output, request);
     std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
                 o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
@@ -97,7 +100,7 @@ void add_render_command(CLI::App &program, Commands &commands) {
     cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest points");
     cmd->add_option("--caption", o->caption, "One-line caption");
     cmd->add_option("--frame", o->frame, "Frame of a multi-frame file (from 0)")->capture_default_str();
-    cmd->add_option("--size", o->size, "Frame size WxH of a raw input file");
+    o->frames.add_to(*cmd);
     o->camera.add_to(*cmd, false, true);
     cmd->footer(
         example({"radimo render demo/celsius.tiff -o mug.png --palette lava --range 15,70 "

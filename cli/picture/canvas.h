@@ -58,6 +58,8 @@ void set_font(cairo_t *cr, double size, bool bold = false);
 double text_width(cairo_t *cr, std::string_view text);
 // Draws text with its left end at x and its visual centre line at y.
 void draw_text(cairo_t *cr, std::string_view text, double x, double y, Colour colour);
+// The lines of a caption (separated by '\n').
+std::vector<std::string> caption_lines(std::string_view caption);
 // `text` shortened with an ellipsis until it is at most max_width wide.
 std::string fit_text(cairo_t *cr, std::string_view text, double max_width);
 

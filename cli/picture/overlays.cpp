@@ -99,8 +99,11 @@ void draw_caption(cairo_t *cr, const PictureSpec &request, const Layout &layout)
     cairo_fill(cr);
     set_font(cr, 12 * layout.ui);
     const double margin = 10 * layout.ui;
-    draw_text(cr, fit_text(cr, request.caption, layout.caption.w - 2 * margin), layout.caption.x + margin,
-              layout.caption.y + layout.caption.h / 2, text_colour);
+    const std::vector<std::string> lines = caption_lines(request.caption);
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        draw_text(cr, fit_text(cr, lines[i], layout.caption.w - 2 * margin), layout.caption.x + margin,
+                  layout.caption.y + (13 + 18 * static_cast<double>(i)) * layout.ui,
+                  i + 1 < lines.size() || lines.size() == 1 ? text_colour : Colour{0.72, 0.72, 0.75});
 }
 
 }  // namespace radimo::cli::detail

@@ -2,7 +2,8 @@
 // rendered with Cairo into PNG bytes in memory.
 //
 // Layout: the frame, upscaled by an integer factor with nearest-neighbour pixels, on the left;
-// the colour bar with its degC ticks on the right; an optional caption strip along the bottom.
+// the colour bar with its degC ticks on the right; an optional caption strip of one or more lines
+// along the bottom.
 // Unless `upscale` is set, the factor is 800 / max(width, height) (integer division), at least 1
 // and at most 16: 80x60 and 160x120 frames become 800x600, 384x288 becomes 768x576, 640x512
 // stays 1:1. Marks are given in frame pixels (x column, y row) and drawn antialiased with a dark
@@ -52,7 +53,7 @@ struct PictureSpec {
     std::vector<LineMark> lines;
     std::vector<RectMark> rects;
     std::vector<Crosshair> crosshairs;
-    std::string caption;  // optional one-line caption
+    std::string caption;  // optional caption: lines separated by '\n' (the last in a quieter grey)
     int upscale = 0;      // frame pixel to picture pixels, 1..16; 0 = automatic
 };
 

@@ -91,7 +91,8 @@ Layout lay_out(const PictureSpec &s, float lo, float hi) {
     CairoPtr cr(cairo_create(scratch.get()));
     const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui) : 0;
     const double body_h = std::max(l.image.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
-    const double caption_h = s.caption.empty() ? 0 : std::round(26 * l.ui);
+    const double caption_h =
+        s.caption.empty() ? 0 : std::round((8 + 18 * caption_lines(s.caption).size()) * l.ui);
     l.panel = {l.image.w, 0, panel_w, body_h};
     l.width = static_cast<int>(l.image.w + panel_w);
     l.caption = {0, body_h, static_cast<double>(l.width), caption_h};

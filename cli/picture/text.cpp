@@ -58,6 +58,16 @@ std::string fit_text(cairo_t *cr, std::string_view text, double max_width) {
     return with_ellipsis(cuts[fits]);
 }
 
+std::vector<std::string> caption_lines(std::string_view caption) {
+    std::vector<std::string> lines;
+    for (std::size_t start = 0;;) {
+        const std::size_t end = caption.find('\n', start);
+        lines.emplace_back(caption.substr(start, end - start));
+        if (end == std::string_view::npos) return lines;
+        start = end + 1;
+    }
+}
+
 std::vector<Box> around_point(double w, double h, double ax, double ay, double d) {
     std::vector<Box> boxes;
     for (int ring = 0; ring < 4; ++ring) {
