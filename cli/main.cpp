@@ -1,6 +1,8 @@
 // radimo: the command-line tool of libradimo.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
+#include <iostream>
 #include <string>
 
 #include "commands/command.h"
@@ -19,6 +21,17 @@ std::string example(std::initializer_list<const char *> lines) {
 
 namespace {
 
+// What standard output was given must have reached it: a failed write (a full
+// disk, a closed pipe, /dev/full) is exit code 4, not a silent success.
+int flushed(int exit_code) {
+    std::cout.flush();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0 || !std::cout) {
+        std::fprintf(stderr, "radimo: error: cannot write to standard output\n");
+        return static_cast<int>(Exit::kIo);
+    }
+    return exit_code;
+}
+
 int run(int argc, char **argv) {
     CLI::App program{
         "radimo: temperatures, measurements and pictures from the frames of an uncooled thermal camera",
@@ -34,10 +47,13 @@ int run(int argc, char **argv) {
         "End with exit code 2 when the input raised a warning (an implausible unit, byte-swapped "
         "samples, saturated raw values, a doubtful frame size)");
     program.footer(
-        "Warnings (doubts about the input) are lines \"radimo: warning: ...\" on standard error and a "
+        "Warnings (doubts about the input) are lines \"radimo: warning: ...\" on standard error and a\n"
         "\"warnings\" array in JSON.\n"
-        "Exit codes: 0 success, 2 bad arguments or input (or a warning with --strict), 3 library failure, 4 "
-        "file read/write failure.\n" +
+        "Exit codes: 0 success, 2 bad arguments or input (or a warning with --strict), 3 library failure,\n"
+        "4 file read/write failure (standard output included).\n"
+        "Outputs appear whole or not at all (written under a temporary name, then renamed; through a\n"
+        "symbolic link, the file it leads to). -o - writes to standard output; a device or pipe such as\n"
+        "/dev/null is written into, not replaced. No command overwrites one of its inputs.\n" +
         example({"radimo demo --out demo", "radimo measure demo/celsius.tiff --rect 100,100,50,40"}));
 
     Commands commands;
@@ -51,7 +67,8 @@ int run(int argc, char **argv) {
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success &e) {
-        return program.exit(e);  // --help, --version
+        std::signal(SIGPIPE, SIG_IGN);    // a closed pipe is a write error
+        return flushed(program.exit(e));  // --help, --version
     } catch (const CLI::ParseError &e) {
         std::fprintf(stderr, "radimo: error: %s (see radimo --help)\n", e.what());
         return static_cast<int>(Exit::kUsage);
@@ -76,17 +93,13 @@ int run(int argc, char **argv) {
         return static_cast<int>(Exit::kIo);
     }
     const bool warned = !warnings().empty();
-    std::fflush(stdout);
+    const int code = flushed(0);
     warnings().print(stderr);
-    if (strict && warned) {
+    if (code == 0 && strict && warned) {
         std::fprintf(stderr, "radimo: error: --strict: the input raised warnings\n");
         return static_cast<int>(Exit::kUsage);
     }
-    if (std::ferror(stdout) != 0) {
-        std::fprintf(stderr, "radimo: error: cannot write to standard output\n");
-        return static_cast<int>(Exit::kIo);
-    }
-    return 0;
+    return code;
 }
 
 }  // namespace

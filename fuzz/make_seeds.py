@@ -23,7 +23,9 @@ import struct
 import sys
 import zlib
 
-HARNESSES = ["frame", "frame_api", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild"]
+# The library harnesses of harnesses.txt, beside this file.
+HARNESSES = [line.split()[0] for line in (pathlib.Path(__file__).parent / "harnesses.txt").read_text().splitlines()
+             if line.strip() and not line.startswith("#") and line.split()[1] == "library"]
 LENGTHS = [8, 24, 64, 160, 400, 1024, 2048]
 PER_LENGTH = 2
 
@@ -102,10 +104,34 @@ def pgm(images):
     return out
 
 
+def shared_strips(width, height):
+    """A page whose strips (one row each) all point at one row: a small file claiming a large page."""
+    row = struct.pack(f"<{width}H", *samples(width, 1, 0))
+    offsets, counts = 8 + len(row), 8 + len(row) + 4 * height
+    out = bytearray(b"II*\0") + struct.pack("<I", counts + 4 * height) + row
+    out += struct.pack(f"<{height}I", *([8] * height)) + struct.pack(f"<{height}I", *([len(row)] * height))
+    entries = [(256, 4, 1, width), (257, 4, 1, height), (258, 3, 1, 16), (259, 3, 1, 1), (262, 3, 1, 1),
+               (273, 4, height, offsets), (277, 3, 1, 1), (278, 4, 1, 1), (279, 4, height, counts)]
+    out += struct.pack("<H", len(entries))
+    for tag, kind, count, value in entries:
+        out += struct.pack("<HHII", tag, kind, count, value)
+    return bytes(out + b"\0\0\0\0")
+
+
 def frame_files():
     yield "tiff_u16", tiff([(5, 3, False, metadata("nuc", 16000))])
+    two_pages = tiff([(4, 2, False, metadata("nuc", 7200)), (4, 2, False, metadata("nuc", 9600))])
     yield "tiff_pages", tiff([(4, 2, False, metadata("kelvin16")), (4, 2, False, metadata("kelvin16")),
                               (3, 3, True, metadata("celsius"))])
+    # Cut short: the last page's description, or everything after the first page.
+    yield "tiff_pages_cut", two_pages[:-9]
+    first = struct.unpack_from("<I", two_pages, 4)[0]
+    yield "tiff_pages_cut_after_first", two_pages[:first + 2 + 12 * struct.unpack_from("<H", two_pages, first)[0] + 4]
+    yield "tiff_shared_strips", shared_strips(64, 2048)
+    # Recipes of multi-page TIFF files written with libtiff, then forged (see the harness).
+    rng = random.Random("libradimo-cli_frames")
+    for k in range(6):
+        yield f"recipe_{k}", b"G" + bytes(rng.getrandbits(8) for _ in range(64 + 96 * k))
     yield "tiff_float", tiff([(3, 2, True, "")])
     yield "png", png(5, 4, metadata("centikelvin", 15800))
     yield "pgm", pgm([(4, 3, metadata("nuc", 16100)), (4, 3, metadata("nuc"))])
@@ -127,6 +153,10 @@ def profile(correct_format=None, ems=None, long_ktbt=False):
     return json.dumps(p, indent=1).encode()
 
 
+def deep(levels):
+    return b'{"format_version": 1, "x": ' + b"[" * levels + b"]" * levels + b"}"
+
+
 def profiles():
     # The profile text, its end, then (read from the back of the input) the
     # choices: KT/BT length, one per table file (7 = valid) and the layout
@@ -135,6 +165,10 @@ def profiles():
                                    ("correction_v3", profile(300), 0)]:
         choices = bytes([0x40, 0x17, 0x00, 7, 0 if label == "plain" else 7, 2, 7, 7, 7, long_ktbt])
         yield label, text + b"\\\n" + choices
+    valid = bytes([0x40, 0x17, 0x00, 7, 7, 2, 7, 7, 7, 0])
+    yield "deep", deep(40) + b"\\\n" + valid
+    yield "duplicate_key", profile().replace(b'"vtemp": 6000,', b'"vtemp": 6000, "vtemp": 9600,') + b"\\\n" + valid
+    yield "huge_integer", profile().replace(b'"K_Temp": 4096', b'"K_Temp": 18446744073709551611') + b"\\\n" + valid
 
 
 def main():
@@ -146,11 +180,10 @@ def main():
             old.unlink()
         for label, data in seeds(name):
             (directory / label).write_bytes(data)
+    # The tool's corpora also keep reproducers of earlier findings: written over, never emptied.
     for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles)]:
         directory = root / name
         directory.mkdir(parents=True, exist_ok=True)
-        for old in directory.iterdir():
-            old.unlink()
         for label, data in generate():
             (directory / label).write_bytes(data)
 

@@ -4,6 +4,7 @@
 
 #include "commands/command.h"
 #include "core/arguments.h"
+#include "core/atomic_output.h"
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
@@ -51,12 +52,15 @@ void run_render(const RenderOptions &o) {
     request.colour_bar = !o.no_bar;
     request.crosshairs = !o.no_crosshairs;
     request.caption = o.caption;
-    if (format_of_path(o.output) != FileFormat::kPng)
-        fail_usage(o.output + ": the picture is written as .png");
+    if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
+        fail_usage(o.output + ": the picture is written as .png (or to -, standard output)");
 
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     auto reader = open_frame_file(o.input, o.frames.input(camera.has_value()));
+    std::vector<std::filesystem::path> inputs = o.camera.files(camera);
+    inputs.emplace_back(o.input);
+    refuse_input_as_output("-o", o.output, inputs);
     if (o.frame >= reader->frame_count())
         fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
                    std::to_string(reader->frame_count()) + " frame(s)");
@@ -76,8 +80,14 @@ void run_render(const RenderOptions &o) {
     if (frame.unit == Unit::kNuc) request.unit += " through the camera";
     if (o.camera.scene_correct) request.unit += ", scene-corrected";
     const Picture picture = write_picture(o.output, request);
-    std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
-                o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
+    std::string beyond;
+    if (picture.above + picture.below > 0)
+        beyond = " (" + std::to_string(picture.above) + " pixels above, " + std::to_string(picture.below) +
+                 " below, in the end colours)";
+    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C%s; temperatures: %s\n",
+                 o.output.c_str(), picture.width, picture.height, o.palette.c_str(),
+                 static_cast<double>(picture.lo), static_cast<double>(picture.hi), beyond.c_str(),
+                 request.unit.c_str());
 }
 
 }  // namespace
@@ -86,18 +96,25 @@ void add_render_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<RenderOptions>();
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
-    cmd->add_option("-o,--output", o->output, "Output picture (.png)")->required();
+    cmd->add_option("-o,--output", o->output, "Output picture (.png; - for standard output)")->required();
     std::string names;
     for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
     cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
-    auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
-    cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
+    auto *range = cmd->add_option("--range", o->range,
+                                  "Locked scale LO,HI in degC (pixels beyond take the end colours; the bar "
+                                  "gets a pointed cap at an end they pass)");
+    cmd->add_flag(
+           "--auto", o->automatic,
+           "Automatic scale (the default): from the 0.1 % to the 99.9 % percentile of the pixels, each "
+           "end moved out to the farthest pixel within a tenth of the span beyond it, at least 2 degC "
+           "wide; the few pixels beyond show as with --range")
+        ->excludes(range);
     cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");
     cmd->add_option("--point", o->points, "Mark and measure a point X,Y (repeatable)");
     cmd->add_option("--line", o->lines, "Mark and measure a line X0,Y0,X1,Y1 (repeatable)");
     cmd->add_option("--rect", o->rects, "Mark and measure a rectangle X,Y,W,H (repeatable)");
     cmd->add_flag("--no-bar", o->no_bar, "No colour bar");
-    cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest points");
+    cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest pixels");
     cmd->add_option("--caption", o->caption, "One-line caption");
     cmd->add_option("--frame", o->frame, "Frame of a multi-frame file (from 0)")->capture_default_str();
     o->frames.add_to(*cmd);

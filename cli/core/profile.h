@@ -35,6 +35,10 @@ struct CorrectionSwitch {
 
 struct CameraProfile {
     static constexpr int kFormatVersion = 1;
+    // Bounds checked before camera.json is parsed: its size, and how deeply its
+    // arrays and objects may nest (a profile needs 3 levels).
+    static constexpr std::size_t kMaxJsonBytes = 1 << 20;
+    static constexpr int kMaxJsonDepth = 16;
     static constexpr std::size_t kNucTableEntries = 8192;
     static constexpr std::size_t kEnvTauEntries = 3584;
 
@@ -80,7 +84,8 @@ struct ProfileOverride {
     nlohmann::json value;
     std::string flag;
 };
-// Parses "FIELD=VALUE" of --set (VALUE as JSON, else as a string).
+// Parses "FIELD=VALUE" of --set (VALUE as JSON, else as a string; JSON nested
+// deeper than a profile may be is refused).
 ProfileOverride parse_set_option(const std::string &text);
 
 CameraProfile load_profile(const std::filesystem::path &dir,
