@@ -8,6 +8,7 @@
 #include "core/conversion.h"
 #include "core/errors.h"
 #include "core/frame_options.h"
+#include "core/measure_report.h"
 #include "core/statistics.h"
 #include "core/warnings.h"
 #include "formats/frame_file.h"
@@ -20,19 +21,10 @@ struct MeasureOptions {
     std::vector<std::string> points, lines, rects;
     std::string alarm;
     bool json = false;
+    bool csv = false;
     FrameOptions frames;
     CameraOptions camera;
 };
-
-// How the measured temperatures came from the file's samples.
-std::string derivation(const Frame &frame, const FrameConverter &converter, bool scene_correct) {
-    std::string text = describe_unit(frame.unit, frame.unit_source);
-    if (frame.unit == Unit::kNuc)
-        text += ", through the camera at vtemp " + std::to_string(converter.vtemp_of(frame)) + " to kelvin16";
-    if (converter.quantises(frame.unit)) text += ", rounded to kelvin16 for the scene correction";
-    if (scene_correct) text += ", scene-corrected to celsius";
-    return text;
-}
 
 void run_measure(const MeasureOptions &o) {
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
@@ -44,6 +36,7 @@ void run_measure(const MeasureOptions &o) {
 
     nlohmann::ordered_json report = {{"file", o.input}};
     report["frames"] = nlohmann::ordered_json::array();
+    std::vector<nlohmann::ordered_json> rows;  // --csv: one record per frame and region
     Frame frame;
     for (std::size_t index = 0; reader->next(frame); ++index) {
         const MeasuredFrame measured = measured_frame(converter.temperatures(frame, o.input, index));
@@ -51,42 +44,25 @@ void run_measure(const MeasureOptions &o) {
         if (frame_regions.empty())
             frame_regions.push_back({Region::Kind::kRect, {0, 0}, {measured.width, measured.height}, "all"});
         for (const Region &r : frame_regions) check_inside(r, measured.width, measured.height);
-        const std::string from = derivation(frame, converter, o.camera.scene_correct);
-        std::string grid;
-        if (is_float_unit(measured.unit)) {
-            char step[64];
-            std::snprintf(step, sizeof step, "measured in steps of %g K", 1 / measured.scale.per_kelvin);
-            grid = step;
-        }
-        nlohmann::ordered_json j = {{"frame", index},
-                                    {"width", measured.width},
-                                    {"height", measured.height},
-                                    {"input_unit", unit_name(frame.unit)},
-                                    {"input_unit_source", unit_source_key(frame.unit_source)},
-                                    {"unit", unit_name(measured.unit)},
-                                    {"derivation", from}};
-        if (frame.unit == Unit::kNuc) j["vtemp"] = converter.vtemp_of(frame);
-        if (!grid.empty()) j["grid_step_k"] = 1 / measured.scale.per_kelvin;
-        if (measured.non_finite > 0) j["pixels_without_number"] = measured.non_finite;
-        if (!o.json) {
+        nlohmann::ordered_json j = measured_frame_json(index, converter, frame, measured);
+        if (!o.json && !o.csv) {
+            const std::string grid = grid_note(measured);
             std::printf("%s frame %zu (%dx%d): %s%s\n", o.input.c_str(), index, measured.width,
-                        measured.height, from.c_str(), grid.empty() ? "" : ("; " + grid).c_str());
+                        measured.height, temperatures_from(frame, converter).c_str(),
+                        grid.empty() ? "" : ("; " + grid).c_str());
         }
         j["measurements"] = nlohmann::ordered_json::array();
         for (const Region &r : frame_regions) {
             const RegionResult m = measure_region(measured, r, alarm);
             if (o.json) {
                 j["measurements"].push_back(region_json(measured, m));
+            } else if (o.csv) {
+                nlohmann::ordered_json row = j;
+                row.erase("measurements");
+                row.update(region_json(measured, m));
+                rows.push_back(row);
             } else {
-                char where[64];
-                if (r.kind == Region::Kind::kPoint)
-                    std::snprintf(where, sizeof where, "(%d,%d)", r.a.x, r.a.y);
-                else if (r.kind == Region::Kind::kLine)
-                    std::snprintf(where, sizeof where, "(%d,%d)-(%d,%d)", r.a.x, r.a.y, r.b.x, r.b.y);
-                else
-                    std::snprintf(where, sizeof where, "(%d,%d) %dx%d", r.a.x, r.a.y, r.b.x, r.b.y);
-                std::printf("%-4s %-5s %-22s %s\n", r.label.c_str(), kind_name(r.kind), where,
-                            region_text(measured, m, 34).c_str());
+                std::printf("%s\n", measurement_row(measured, m).c_str());
             }
         }
         if (measured.non_finite > 0)
@@ -100,6 +76,7 @@ void run_measure(const MeasureOptions &o) {
         report["warnings"] = warnings().json();
         std::printf("%s\n", report.dump(2).c_str());
     }
+    if (o.csv) std::printf("%s", records_csv(rows).c_str());
 }
 
 }  // namespace
@@ -123,7 +100,9 @@ void add_measure_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--alarm", o->alarm,
                     "Alarm thresholds HIGH,LOW in degC (on the trimmed means: above when max or avg is above "
                     "HIGH, below when min or avg is below LOW)");
-    cmd->add_flag("--json", o->json, "Print JSON instead of a table");
+    auto *json = cmd->add_flag("--json", o->json, "Print JSON instead of a table");
+    cmd->add_flag("--csv", o->csv, "Print CSV (one row per frame and region) instead of a table")
+        ->excludes(json);
     o->frames.add_to(*cmd);
     o->camera.add_to(*cmd, false, true);
     cmd->footer(

@@ -9,6 +9,7 @@
 #include "core/conversion.h"
 #include "core/errors.h"
 #include "core/frame_options.h"
+#include "core/measure_report.h"
 #include "core/picture_output.h"
 #include "formats/frame_file.h"
 
@@ -31,19 +32,8 @@ struct RenderOptions {
     CameraOptions camera;
 };
 
-std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
-    const std::vector<double> v = parse_temperatures(option, text, 2);
-    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
-    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
-}
-
 void run_render(const RenderOptions &o) {
-    const Palette *palette = find_palette(o.palette);
-    if (palette == nullptr) {
-        std::string names;
-        for (std::string_view n : palette_names()) names += (names.empty() ? "" : ", ") + std::string(n);
-        fail_usage("--palette " + o.palette + ": unknown palette (choose one of " + names + ")");
-    }
+    const Palette *palette = &palette_option(o.palette);
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
     PictureRequest request;
     request.palette = palette;
@@ -76,9 +66,7 @@ void run_render(const RenderOptions &o) {
     }
     request.celsius = &celsius;
     request.measured = &measured;
-    request.unit = describe_unit(frame.unit, frame.unit_source);
-    if (frame.unit == Unit::kNuc) request.unit += " through the camera";
-    if (o.camera.scene_correct) request.unit += ", scene-corrected";
+    request.unit = temperatures_from(frame, converter);
     const Picture picture = write_picture(o.output, request);
     std::string beyond;
     if (picture.above + picture.below > 0)
@@ -97,9 +85,7 @@ void add_render_command(CLI::App &program, Commands &commands) {
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
     cmd->add_option("-o,--output", o->output, "Output picture (.png; - for standard output)")->required();
-    std::string names;
-    for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
-    cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
+    cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
     auto *range = cmd->add_option("--range", o->range,
                                   "Locked scale LO,HI in degC (pixels beyond take the end colours; the bar "
                                   "gets a pointed cap at an end they pass)");

@@ -28,6 +28,7 @@ public:
     uint16_t vtemp_of(const Frame &frame) const;
     // Whether the scene correction, which takes 1/16 K, quantises frames of `unit` to it first.
     bool quantises(Unit unit) const;
+    bool scene_corrects() const { return settings_.scene_correct; }
 
     // The temperatures a frame stands for, at the precision they come in:
     // a temperature frame as it is; a raw NUC frame as apparent temperatures

@@ -186,6 +186,15 @@ TEST_F(Commands, MeasureJsonMatchesTheLibrary) {
     EXPECT_EQ(p["coldest"]["value"], coldest);
     EXPECT_NEAR(p["mean"]["value"].get<double>(), mean, 1e-6);
     EXPECT_NEAR(p["stddev_k"].get<double>(), std::sqrt(squares / 60) / 16, 1e-3);
+    // --csv: the same records, one row per frame and region, absent fields empty.
+    const RunResult csv = radimo("measure t.png --point 3,4 --rect 2,2,12,5 --csv");
+    ASSERT_EQ(csv.exit_code, 0) << csv.err;
+    EXPECT_THAT(csv.out,
+                ::testing::StartsWith("frame,width,height,input_unit,input_unit_source,unit,derivation,"
+                                      "label,kind,x,y,unit_source,trimmed.rule,trimmed.value.value,"));
+    EXPECT_THAT(csv.out, HasSubstr(",P1,point,3,4,file,3x3 trimmed mean," + std::to_string(point) + ","));
+    EXPECT_THAT(csv.out, HasSubstr(",R1,rect,2,2,file,3x3 trimmed means,"));
+    EXPECT_THAT(csv.out.substr(0, csv.out.find('\n')), HasSubstr(",trimmed.max.value,"));
 }
 
 TEST_F(Commands, RenderAndTables) {
