@@ -10,7 +10,8 @@ choices as well.
 
 The command-line tool's harnesses read files: their seeds are small valid
 frame files of each format (TIFF of 16-bit and float32 pages, PNG, PGM,
-raw) and camera profiles followed by the choices of their table files.
+raw) and camera profiles followed by the choices of their table files; the
+viewer's are HTTP requests of its page.
 
     fuzz/make_seeds.py [corpus dir]   (default: fuzz/corpus next to this file)
 
@@ -171,6 +172,33 @@ def profiles():
     yield "huge_integer", profile().replace(b'"K_Temp": 4096', b'"K_Temp": 18446744073709551611') + b"\\\n" + valid
 
 
+TOKEN = "0123456789abcdef0123456789abcdef"  # fuzz_view.cpp's
+
+
+def view_requests():
+    """HTTP requests of the viewer's page (fuzz_view.cpp serves them on 127.0.0.1:8080)."""
+    def get(target, extra=""):
+        sep = "&" if "?" in target else "?"
+        return (f"GET {target}{sep}token={TOKEN} HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n{extra}\r\n").encode()
+    def post(target, body):
+        return (f"POST {target}?token={TOKEN} HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"
+                f"Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n{body}").encode()
+    yield "page", get("/")
+    yield "script", get("/viewer.js")
+    yield "info", get("/api/info")
+    yield "frame_tools", get("/api/frame?index=1&point=3,4&line=0,0,23,15&rect=2,2,8,6")
+    yield "frame_next", get("/api/frame?after=0&wait=1")
+    yield "measure_csv", get("/api/measure?index=0&rect=0,0,24,16&format=csv&download=1")
+    yield "picture", get("/api/picture.png?index=0&palette=lava&range=10,40&isotherm=20,30&point=5,5&bar=0")
+    yield "scene", post("/api/scene", '{"scene_correct": true, "emissivity": 0.9, "distance_m": 3}')
+    yield "scene_back", post("/api/scene", '{"scene_correct": false}')
+    yield "no_token", b"GET /api/info HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n\r\n"
+    yield "foreign_host", get("/api/info").replace(b"127.0.0.1:8080", b"attacker.example:8080")
+    yield "two_requests", get("/api/scene", "Connection: keep-alive\r\n") + get("/api/frame?index=0")
+    yield "header_token", b"GET /api/measure?index=1&point=1,1 HTTP/1.1\r\nHost: localhost:8080\r\n" + \
+        f"X-Radimo-Token: {TOKEN}\r\n\r\n".encode()
+
+
 def main():
     root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).parent / "corpus"
     for name in HARNESSES:
@@ -181,7 +209,7 @@ def main():
         for label, data in seeds(name):
             (directory / label).write_bytes(data)
     # The tool's corpora also keep reproducers of earlier findings: written over, never emptied.
-    for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles)]:
+    for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles), ("view", view_requests)]:
         directory = root / name
         directory.mkdir(parents=True, exist_ok=True)
         for label, data in generate():

@@ -30,19 +30,8 @@ struct RenderOptions {
     CameraOptions camera;
 };
 
-std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
-    const std::vector<double> v = parse_temperatures(option, text, 2);
-    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
-    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
-}
-
 void run_render(const RenderOptions &o) {
-    const Palette *palette = find_palette(o.palette);
-    if (palette == nullptr) {
-        std::string names;
-        for (std::string_view n : palette_names()) names += (names.empty() ? "" : ", ") + std::string(n);
-        fail_usage("--palette " + o.palette + ": unknown palette (choose one of " + names + ")");
-    }
+    const Palette *palette = &palette_option(o.palette);
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
     PictureRequest request;
     request.palette = palette;
@@ -89,9 +78,7 @@ void add_render_command(CLI::App &program, Commands &commands) {
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
     cmd->add_option("-o,--output", o->output, "Output picture (.png; - for standard output)")->required();
-    std::string names;
-    for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
-    cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
+    cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
     auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
     cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
     cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");

@@ -268,6 +268,17 @@ int CameraProfile::ktbt_index(uint16_t frame_vtemp) const {
     return std::clamp(fpa - address_ca - 1, 0, static_cast<int>(kt.size()) - 1);
 }
 
+std::span<const SceneField> scene_fields() {
+    static constexpr SceneField kFields[] = {
+        {"emissivity", 0.01, 1.0, "", &env_correct_param_t::ems},
+        {"distance_m", 0.0, 1000.0, "m", &env_correct_param_t::dist},
+        {"humidity", 0.0, 1.0, "", &env_correct_param_t::hum},
+        {"ambient_c", -273.15, 100.0, "\u00b0C", &env_correct_param_t::ta},
+        {"reflected_c", -273.15, 100.0, "\u00b0C", &env_correct_param_t::tu},
+    };
+    return kFields;
+}
+
 ProfileOverride parse_set_option(const std::string &text) {
     // Long values are shown cut short in messages.
     const std::string flag = "--set " + (text.size() > 80 ? text.substr(0, 77) + "..." : text);
@@ -375,11 +386,8 @@ CameraProfile load_profile(const fs::path &dir, const std::vector<ProfileOverrid
 
     const json &s = check.object(j, "", "scene", true,
                                  {"emissivity", "distance_m", "humidity", "ambient_c", "reflected_c"});
-    p.scene.ems = static_cast<float>(check.number(s, "scene", "emissivity", 0.01, 1.0));
-    p.scene.dist = static_cast<float>(check.number(s, "scene", "distance_m", 0.0, 1000.0));
-    p.scene.hum = static_cast<float>(check.number(s, "scene", "humidity", 0.0, 1.0));
-    p.scene.ta = static_cast<float>(check.number(s, "scene", "ambient_c", -273.15, 100.0));
-    p.scene.tu = static_cast<float>(check.number(s, "scene", "reflected_c", -273.15, 100.0));
+    for (const SceneField &f : scene_fields())
+        p.scene.*f.member = static_cast<float>(check.number(s, "scene", f.key, f.lo, f.hi));
 
     // The tables, their sizes checked against the fields before reading.
     p.nuc_table =

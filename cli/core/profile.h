@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -87,6 +88,16 @@ struct ProfileOverride {
 // Parses "FIELD=VALUE" of --set (VALUE as JSON, else as a string; JSON nested
 // deeper than a profile may be is refused).
 ProfileOverride parse_set_option(const std::string &text);
+
+// The fields of camera.json's "scene": key, the range the loader accepts, unit ("" for a
+// fraction) and the member of env_correct_param_t it sets. The viewer offers the same fields.
+struct SceneField {
+    const char *key;
+    double lo, hi;
+    const char *unit;
+    float env_correct_param_t::*member;
+};
+std::span<const SceneField> scene_fields();
 
 CameraProfile load_profile(const std::filesystem::path &dir,
                            const std::vector<ProfileOverride> &overrides = {});

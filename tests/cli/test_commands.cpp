@@ -158,6 +158,12 @@ TEST_F(Commands, MeasureJsonMatchesTheLibrary) {
         EXPECT_EQ(j["avg"]["value"], t.avg_temp);
         EXPECT_EQ(j["alarm"], "above");  // the generated frame runs up to about 90 degC
     }
+    // --csv: the same records, one row per region, the frame index first and absent fields empty.
+    const RunResult csv = radimo("measure t.png --point 3,4 --rect 2,2,6,5 --csv");
+    ASSERT_EQ(csv.exit_code, 0) << csv.err;
+    EXPECT_THAT(csv.out, ::testing::StartsWith("frame,label,kind,x,y,value,celsius,w,h,max.value,"));
+    EXPECT_THAT(csv.out, HasSubstr("\n0,P1,point,3,4," + std::to_string(point) + ","));
+    EXPECT_THAT(csv.out, HasSubstr("\n0,R1,rect,2,2,,,6,5," + std::to_string(rect.max_temp) + ","));
 }
 
 TEST_F(Commands, RenderAndTables) {
