@@ -2,10 +2,11 @@
 """Injects the faults of faults.txt one at a time into a configured build tree's sources, rebuilds,
 runs the tests and prints which tests caught each fault, as a Markdown table.
 
-    tools/fault_injection/inject.py BUILD_DIR [--all] [--only ID ...] [--ctest ARG ...]
+    tools/fault_injection/inject.py BUILD_DIR [--all] [--no-clean] [--only ID ...] [--ctest ARG ...]
 
 The sources are those BUILD_DIR was configured from; every file is restored after its fault (also
-on Ctrl-C). A clean run comes first: a test failing without any fault makes the table meaningless.
+on Ctrl-C). A clean run comes first (--no-clean skips it when the suite has just passed): a test
+failing without any fault makes the table meaningless.
 Slow groups (valgrind, packages, the wheel) are left out unless --ctest says otherwise. The tests run
 in the order they are declared (the library's first) and stop at the first failure, which is named;
 --all runs every test and names all that fail.
@@ -65,6 +66,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--all", action="store_true", help="run every test, not only up to the first failure")
+    parser.add_argument("--no-clean", action="store_true", help="skip the run without a fault")
     parser.add_argument("--only", nargs="+", default=None, help="fault ids to inject")
     parser.add_argument("--ctest", nargs=argparse.REMAINDER, default=DEFAULT_CTEST, help="arguments for ctest")
     args = parser.parse_args()
@@ -76,7 +78,7 @@ def main():
         count = (source / file).read_text().count(old)
         if count != 1:
             sys.exit(f"{ident}: the text to replace occurs {count} times in {file}")
-    clean = build_and_test(build, args.ctest, True)
+    clean = [] if args.no_clean else build_and_test(build, args.ctest, True)
     if clean != []:
         sys.exit(f"without a fault: {'the build fails' if clean is None else 'failed ' + ', '.join(clean)}")
 
