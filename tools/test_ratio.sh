@@ -13,4 +13,4 @@ lines() {
 }
 tests=$(lines tests)
 code=$(lines include src cli python fuzz bench tools examples)
-echo "tests $tests lines, code $code lines: tests are $((100 * tests / code))% of the code"
+echo "tests $tests lines, code $code lines: tests are $((1000 * tests / code / 10)).$((1000 * tests / code % 10))% of the code"

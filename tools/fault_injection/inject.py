@@ -2,14 +2,17 @@
 """Injects the faults of faults.txt one at a time into a configured build tree's sources, rebuilds,
 runs the tests and prints which tests caught each fault, as a Markdown table.
 
-    tools/fault_injection/inject.py BUILD_DIR [--all] [--no-clean] [--only ID ...] [--ctest ARG ...]
+    tools/fault_injection/inject.py BUILD_DIR [--all] [--no-clean] [--only ID ...] [--targets T ...]
+                                    [--ctest ARG ...]
 
 The sources are those BUILD_DIR was configured from; every file is restored after its fault (also
 on Ctrl-C). A clean run comes first (--no-clean skips it when the suite has just passed): a test
 failing without any fault makes the table meaningless.
 Slow groups (valgrind, packages, the wheel) are left out unless --ctest says otherwise. The tests run
 in the order they are declared (the library's first) and stop at the first failure, which is named;
---all runs every test and names all that fail.
+--all runs every test and names all that fail. --targets builds only the targets named (for example
+radimo radimo_tests radimo_cli radimo_cli_tests, which every fault of the list reaches) instead of
+everything; a test whose program is left unbuilt then runs the old one.
 """
 import argparse
 import pathlib
@@ -46,9 +49,9 @@ def source_dir(build):
     return pathlib.Path(re.search(r"^CMAKE_HOME_DIRECTORY:INTERNAL=(.*)$", cache, re.M).group(1))
 
 
-def build_and_test(build, ctest_args, run_all):
+def build_and_test(build, ctest_args, run_all, targets):
     """None when the build fails, else the names of the failed tests."""
-    if subprocess.run(["cmake", "--build", str(build), "-j2"], stdout=subprocess.DEVNULL).returncode:
+    if subprocess.run(["cmake", "--build", str(build), "-j2", *targets], stdout=subprocess.DEVNULL).returncode:
         return None
     temporary = build / "Testing" / "Temporary"
     failed_log = temporary / "LastTestsFailed.log"
@@ -68,17 +71,19 @@ def main():
     parser.add_argument("--all", action="store_true", help="run every test, not only up to the first failure")
     parser.add_argument("--no-clean", action="store_true", help="skip the run without a fault")
     parser.add_argument("--only", nargs="+", default=None, help="fault ids to inject")
+    parser.add_argument("--targets", nargs="+", default=[], help="build only these targets")
     parser.add_argument("--ctest", nargs=argparse.REMAINDER, default=DEFAULT_CTEST, help="arguments for ctest")
     args = parser.parse_args()
     build = args.build.resolve()
     source = source_dir(build)
+    targets = ["--target", *args.targets] if args.targets else []
     faults = [f for f in read_faults(HERE / "faults.txt") if args.only is None or f[0] in args.only]
 
     for ident, _, file, old, _ in faults:
         count = (source / file).read_text().count(old)
         if count != 1:
             sys.exit(f"{ident}: the text to replace occurs {count} times in {file}")
-    clean = [] if args.no_clean else build_and_test(build, args.ctest, True)
+    clean = [] if args.no_clean else build_and_test(build, args.ctest, True, targets)
     if clean != []:
         sys.exit(f"without a fault: {'the build fails' if clean is None else 'failed ' + ', '.join(clean)}")
 
@@ -89,7 +94,7 @@ def main():
         original = path.read_text()
         try:
             path.write_text(original.replace(old, new))
-            failed = build_and_test(build, args.ctest, args.all)
+            failed = build_and_test(build, args.ctest, args.all, targets)
         finally:
             path.write_text(original)
         if failed is None:
@@ -102,7 +107,7 @@ def main():
             shown = ", ".join(f"`{name}`" for name in failed[:3])
             verdict = f"{len(failed)}: {shown}" + (", ..." if len(failed) > 3 else "")
         print(f"| {ident} | {description} | {verdict} |", flush=True)
-    subprocess.run(["cmake", "--build", str(build), "-j2"], stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--build", str(build), "-j2", *targets], stdout=subprocess.DEVNULL)
 
 
 if __name__ == "__main__":
