@@ -3179,7 +3179,10 @@ RADIMO_API int radimo_region_stats(const uint16_t *frame, uint32_t resolution, c
 
 /** Adds the statistics of a later band (in row order) to first: ties take the later positions, as in one
  * scan; mean and stddev are recomputed. The result equals the statistics of both bands measured at once.
- * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM ("data is NULL") with first untouched. */
+ * @param[in,out] first the statistics of the earlier band; updated only on success.
+ * @param later the statistics of the later band; only read.
+ * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM ("data is NULL") with first untouched. Reentrant on distinct
+ * records. */
 RADIMO_API int radimo_region_stats_merge(radimo_region_stats_t *first, const radimo_region_stats_t *later);
 
 /** Counts the region's samples in a band of rows by value: counts[v] += number of samples equal to v. The

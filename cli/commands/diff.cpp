@@ -12,6 +12,7 @@
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
+#include "core/frame_options.h"
 #include "formats/frame_file.h"
 #include "picture/picture.h"
 
@@ -21,7 +22,8 @@ namespace {
 struct DiffOptions {
     std::string a, b;
     std::optional<std::size_t> reference;
-    std::string output, picture, range, size;
+    std::string output, picture, range;
+    FrameOptions frames;
     std::optional<std::size_t> frame;
     bool json = false;
     CameraOptions camera;
@@ -42,7 +44,7 @@ DeltaStats delta_stats(const Frame &d) {
     double sum = 0;
     for (int y = 0; y < d.height; ++y)
         for (int x = 0; x < d.width; ++x) {
-            const float v = d.celsius[static_cast<std::size_t>(y) * d.width + x];
+            const float v = d.floats[static_cast<std::size_t>(y) * d.width + x];
             if (!std::isfinite(v)) continue;
             if (v >= s.max) s.max = v, s.max_x = x, s.max_y = y;
             if (v <= s.min) s.min = v, s.min_x = x, s.min_y = y;
@@ -52,7 +54,7 @@ DeltaStats delta_stats(const Frame &d) {
     if (s.count == 0) fail_usage("the difference has no finite value");
     s.mean = sum / static_cast<double>(s.count);
     double spread = 0;
-    for (float v : d.celsius)
+    for (float v : d.floats)
         if (std::isfinite(v)) spread += (v - s.mean) * (v - s.mean);
     s.stddev = std::sqrt(spread / static_cast<double>(s.count));
     return s;
@@ -66,11 +68,12 @@ std::string kelvin_label(double v) {
 
 // All frames of a file in degC.
 std::vector<Frame> read_celsius(const std::string &path, const DiffOptions &o,
-                                const FrameConverter &converter) {
-    auto reader = open_frame_file(path, parse_optional_size("--size", o.size));
+                                const FrameConverter &converter, bool camera) {
+    auto reader = open_frame_file(path, o.frames.input(camera));
     std::vector<Frame> frames;
     Frame frame;
-    while (reader->next(frame)) frames.push_back(converter.convert(frame, Unit::kCelsius, path));
+    for (std::size_t i = 0; reader->next(frame); ++i)
+        frames.push_back(to_unit(converter.temperatures(frame, path, i), Unit::kCelsius));
     if (frames.empty()) fail_usage(path + ": no frame");
     return frames;
 }
@@ -84,8 +87,8 @@ Frame subtract(const Frame &a, const Frame &b, const std::string &what) {
     d.width = a.width;
     d.height = a.height;
     d.unit = Unit::kCelsius;  // a difference of degC: K
-    d.celsius.resize(a.celsius.size());
-    for (std::size_t i = 0; i < d.celsius.size(); ++i) d.celsius[i] = a.celsius[i] - b.celsius[i];
+    d.floats.resize(a.floats.size());
+    for (std::size_t i = 0; i < d.floats.size(); ++i) d.floats[i] = a.floats[i] - b.floats[i];
     return d;
 }
 
@@ -98,7 +101,7 @@ void run_diff(const DiffOptions &o) {
         fail_usage(o.picture + ": the picture is written as .png");
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
-    const std::vector<Frame> a = read_celsius(o.a, o, converter);
+    const std::vector<Frame> a = read_celsius(o.a, o, converter, camera.has_value());
     std::vector<Frame> b;
     if (o.reference) {
         if (*o.reference >= a.size())
@@ -106,7 +109,7 @@ void run_diff(const DiffOptions &o) {
                        std::to_string(a.size()) + " frame(s)");
         b.push_back(a[*o.reference]);
     } else {
-        b = read_celsius(o.b, o, converter);
+        b = read_celsius(o.b, o, converter, camera.has_value());
         if (b.size() != 1 && b.size() != a.size())
             fail_usage(o.b + ": give one frame, or as many frames as " + o.a + " (" +
                        std::to_string(a.size()) + ")");
@@ -152,7 +155,7 @@ void run_diff(const DiffOptions &o) {
         PictureSpec spec;
         spec.width = d.width;
         spec.height = d.height;
-        spec.celsius = d.celsius.data();
+        spec.celsius = d.floats.data();
         spec.palette = &difference_palette();
         spec.unit = "K";
         if (o.range.empty()) {
@@ -198,8 +201,8 @@ void add_diff_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--range", o->range,
                     "Scale of the picture: -R..+R K (default: the largest |difference|)");
     cmd->add_option("--frame", o->frame, "Difference frame shown in the picture (default: the last)");
-    cmd->add_option("--size", o->size, "Frame size WxH of raw input files");
     cmd->add_flag("--json", o->json, "Print the statistics as JSON");
+    o->frames.add_to(*cmd);
     o->camera.add_to(*cmd, false, true);
     cmd->footer(example({"radimo diff after.tiff before.tiff -o delta.tiff --picture delta.png",
                          "radimo diff recording.tiff --reference 0 --picture warming.png --range 5"}));

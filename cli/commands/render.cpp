@@ -8,6 +8,8 @@
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
+#include "core/frame_options.h"
+#include "core/measure_report.h"
 #include "core/picture_output.h"
 #include "core/shape_regions.h"
 #include "formats/frame_file.h"
@@ -33,7 +35,7 @@ struct RenderOptions {
     std::string caption;
     std::size_t frame = 0;
     double fps = 25;
-    std::string size;
+    FrameOptions frames;
     CameraOptions camera;
 };
 
@@ -45,45 +47,47 @@ struct Marks {
     const CameraProfile *camera = nullptr;
 };
 
-// A frame in degC for the picture and in 1/16 K for the measurements, its regions measured.
-void measured_frame(const Frame &frame, const FrameConverter &converter, const std::string &name,
-                    Marks &marks, PictureRequest &request, Frame &celsius, Frame &kelvin16) {
-    celsius = converter.convert(frame, Unit::kCelsius, name);
-    // The shown temperatures, measured: only their unit changes.
-    kelvin16 = FrameConverter({}).convert(celsius, Unit::kKelvin16, name);
+// A frame's temperatures in degC for the picture and in their own unit for the measurements, its
+// regions measured.
+void prepare_frame(const Frame &frame, std::size_t index, const FrameConverter &converter,
+                   const std::string &name, Marks &marks, PictureRequest &request, Frame &celsius,
+                   MeasuredFrame &measured) {
+    const Frame temperatures = converter.temperatures(frame, name, index);
+    celsius = to_unit(temperatures, Unit::kCelsius);
+    measured = measured_frame(temperatures);
     request.regions.clear();
     for (const Region &r : marks.regions) {
-        check_inside(r, kelvin16.width, kelvin16.height);
-        request.regions.push_back(measure_region(kelvin16, r, std::nullopt));
+        check_inside(r, measured.width, measured.height);
+        request.regions.push_back(measure_region(measured, r, std::nullopt));
     }
     request.outlines.clear();
     for (ShapeRegion &g : marks.shapes) {
-        const ShapeResult m = measure_shape(kelvin16, g, marks.camera ? &marks.camera->scene : nullptr,
-                                            marks.camera ? &marks.camera->correct_table : nullptr, 0, false);
-        const double mean = m.object ? m.object->mean : m.pixels.mean / 16.0 - 273.15;
+        const ShapeResult m = measure_shape(measured, g, marks.camera, 0, false);
         char label[48];
-        std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", mean, m.object ? " (own scene)" : "");
+        std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", m.mean_celsius(),
+                      m.object ? " (own scene)" : "");
         request.outlines.push_back(outline_mark(g, g.label + label));
     }
     request.celsius = &celsius;
-    request.kelvin16 = &kelvin16;
+    request.measured = &measured;
+    request.unit = temperatures_from(frame, converter);
 }
 
 // Every frame of the input with one scale: the given range, or the union of every frame's
 // automatic range. Written as a video (format "mp4" or "gif") or as PNG files named by the
 // printf pattern of the output (format "").
 void render_sequence(const RenderOptions &o, PictureRequest request, Marks &marks,
-                     const FrameConverter &converter, std::optional<FrameSize> size,
-                     const std::string &format) {
+                     const FrameConverter &converter, const FrameInput &input, const std::string &format) {
     if (!(o.fps > 0) || o.fps > 1000) fail_usage("--fps: give 0 < FPS <= 1000");
-    const std::size_t count = open_frame_file(o.input, size)->frame_count();
-    Frame frame, celsius, kelvin16;
+    const std::size_t count = open_frame_file(o.input, input)->frame_count();
+    Frame frame, celsius;
+    MeasuredFrame measured;
     if (!request.range) {
-        auto reader = open_frame_file(o.input, size);
+        auto reader = open_frame_file(o.input, input);
         float lo = INFINITY, hi = -INFINITY;
-        while (reader->next(frame)) {
-            celsius = converter.convert(frame, Unit::kCelsius, o.input);
-            const auto [a, b] = automatic_range(celsius.celsius);
+        for (std::size_t i = 0; reader->next(frame); ++i) {
+            celsius = to_unit(converter.temperatures(frame, o.input, i), Unit::kCelsius);
+            const auto [a, b] = automatic_range(celsius.floats);
             lo = std::min(lo, a), hi = std::max(hi, b);
         }
         request.range = std::make_pair(lo, hi);
@@ -91,10 +95,10 @@ void render_sequence(const RenderOptions &o, PictureRequest request, Marks &mark
     const std::string caption = o.caption.empty() ? "" : o.caption + "   ";
     std::unique_ptr<AtomicFile> file;
     std::unique_ptr<VideoWriter> video;
-    auto reader = open_frame_file(o.input, size);
+    auto reader = open_frame_file(o.input, input);
     int width = 0, height = 0;
     for (std::size_t i = 0; reader->next(frame); ++i) {
-        measured_frame(frame, converter, o.input, marks, request, celsius, kelvin16);
+        prepare_frame(frame, i, converter, o.input, marks, request, celsius, measured);
         char counter[96];
         std::snprintf(counter, sizeof counter, "frame %zu/%zu  %.2f s", i + 1, count,
                       static_cast<double>(i) / o.fps);
@@ -140,21 +144,22 @@ void run_render(const RenderOptions &o) {
     request.crosshairs = !o.no_crosshairs;
     request.caption = o.caption;
 
-    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     marks.camera = camera ? &*camera : nullptr;
+    check_own_scenes(marks.shapes, converter.scene_corrects());
+    const FrameInput input = o.frames.input(camera.has_value());
     const std::string extension = std::filesystem::path(o.output).extension().string();
     const bool frames = o.output.find('%') != std::string::npos;
     if (extension == ".mp4" || extension == ".gif" || frames) {
-        render_sequence(o, request, marks, converter, size, frames ? "" : extension.substr(1));
+        render_sequence(o, request, marks, converter, input, frames ? "" : extension.substr(1));
         return;
     }
     if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
         fail_usage(o.output +
                    ": the picture is written as .png (or to -, standard output; a sequence as .mp4, "
                    ".gif or frames/%04d.png)");
-    auto reader = open_frame_file(o.input, size);
+    auto reader = open_frame_file(o.input, input);
     std::vector<std::filesystem::path> inputs = o.camera.files(camera);
     inputs.emplace_back(o.input);
     refuse_input_as_output("-o", o.output, inputs);
@@ -164,12 +169,18 @@ void run_render(const RenderOptions &o) {
     Frame frame;
     for (std::size_t i = 0; i <= o.frame; ++i) reader->next(frame);
 
-    Frame celsius, kelvin16;
-    measured_frame(frame, converter, o.input, marks, request, celsius, kelvin16);
+    Frame celsius;
+    MeasuredFrame measured;
+    prepare_frame(frame, o.frame, converter, o.input, marks, request, celsius, measured);
     const Picture picture = write_picture(o.output, request);
-    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width,
-                 picture.height, o.palette.c_str(), static_cast<double>(picture.lo),
-                 static_cast<double>(picture.hi));
+    std::string beyond;
+    if (picture.above + picture.below > 0)
+        beyond = " (" + std::to_string(picture.above) + " pixels above, " + std::to_string(picture.below) +
+                 " below, in the end colours)";
+    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C%s; temperatures: %s\n",
+                 o.output.c_str(), picture.width, picture.height, o.palette.c_str(),
+                 static_cast<double>(picture.lo), static_cast<double>(picture.hi), beyond.c_str(),
+                 request.unit.c_str());
 }
 
 }  // namespace
@@ -186,8 +197,15 @@ void add_render_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
         ->capture_default_str();
     cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
-    auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
-    cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
+    auto *range = cmd->add_option("--range", o->range,
+                                  "Locked scale LO,HI in degC (pixels beyond take the end colours; the bar "
+                                  "gets a pointed cap at an end they pass)");
+    cmd->add_flag(
+           "--auto", o->automatic,
+           "Automatic scale (the default): from the 0.1 % to the 99.9 % percentile of the pixels, each "
+           "end moved out to the farthest pixel within a tenth of the span beyond it, at least 2 degC "
+           "wide; the few pixels beyond show as with --range")
+        ->excludes(range);
     cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");
     cmd->add_option("--point", o->points, "Mark and measure a point X,Y (repeatable)");
     cmd->add_option("--line", o->lines, "Mark and measure a line X0,Y0,X1,Y1 (repeatable)");
@@ -200,10 +218,10 @@ void add_render_command(CLI::App &program, Commands &commands) {
                     "Mark and measure the regions of a regions file (JSON; docs/formats.md)");
     cmd->add_flag("--histogram", o->histogram, "The histogram of the frame beside the colour bar");
     cmd->add_flag("--no-bar", o->no_bar, "No colour bar");
-    cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest points");
+    cmd->add_flag("--no-crosshairs", o->no_crosshairs, "No crosshairs at the hottest and coldest pixels");
     cmd->add_option("--caption", o->caption, "One-line caption");
     cmd->add_option("--frame", o->frame, "Frame of a multi-frame file (from 0)")->capture_default_str();
-    cmd->add_option("--size", o->size, "Frame size WxH of a raw input file");
+    o->frames.add_to(*cmd);
     o->camera.add_to(*cmd, false, true);
     cmd->footer(
         example({"radimo render demo/celsius.tiff -o mug.png --palette lava --range 15,70 "

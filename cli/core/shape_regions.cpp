@@ -1,5 +1,6 @@
 #include "core/shape_regions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -147,7 +148,7 @@ ShapeRegion read_mask_region(const std::string &path, int number) {
         r.mask_height = f.height;
         r.mask.resize(f.pixels());
         for (std::size_t i = 0; i < f.pixels(); ++i)
-            r.mask[i] = f.unit == Unit::kCelsius ? f.celsius[i] != 0 : f.samples[i] != 0;
+            r.mask[i] = is_float_unit(f.unit) ? f.floats[i] != 0 : f.samples[i] != 0;
     }
     return r;
 }
@@ -239,64 +240,176 @@ std::vector<ShapeRegion> parse_shape_regions(const std::vector<std::string> &pol
     return out;
 }
 
-ShapeResult measure_shape(const Frame &k16, ShapeRegion &r, const env_correct_param_t *scene,
-                          const std::vector<uint16_t> *correct_table, int bins, bool details) {
+void check_own_scenes(const std::vector<ShapeRegion> &regions, bool scene_corrected) {
+    for (const ShapeRegion &r : regions)
+        if (scene_corrected && r.has_scene())
+            fail_usage(r.label +
+                       ": a region with a scene of its own corrects apparent temperatures; leave out "
+                       "--scene-correct");
+}
+
+double ShapeResult::max_celsius() const {
+    return object ? static_cast<double>(object->max) : scale.celsius(stats.pixels.hottest.value);
+}
+double ShapeResult::mean_celsius() const {
+    return object ? object->mean : scale.celsius(stats.pixels.mean);
+}
+double ShapeResult::min_celsius() const {
+    return object ? static_cast<double>(object->min) : scale.celsius(stats.pixels.coldest.value);
+}
+double ShapeResult::stddev_kelvin() const {
+    return object ? object->stddev : stats.pixels.stddev / scale.per_kelvin;
+}
+double ShapeResult::median_celsius() const {
+    return object ? object_percentiles[1] : scale.celsius(percentiles[1]);
+}
+
+namespace {
+
+// The region's object temperatures under its own scene: the library's correction takes 1/16 K.
+radimo_region_object_stats_t object_statistics(const MeasuredFrame &f, const ShapeRegion &r,
+                                               const radimo_region_t &g, const CameraProfile *camera,
+                                               int percent_count, double *percentiles) {
+    if (camera == nullptr || camera->correct_table.empty())
+        fail_usage(r.label + ": a region with a scene of its own needs --camera with a correction table");
+    env_correct_param_t scene = camera->scene;
+    float *fields[5] = {&scene.dist, &scene.ems, &scene.hum, &scene.ta, &scene.tu};
+    for (std::size_t i = 0; i < 5; ++i)
+        if (!std::isnan(r.scene[i])) *fields[i] = r.scene[i];
+    std::vector<uint16_t> converted;
+    const uint16_t *kelvin16 = f.values.data();
+    if (f.unit != Unit::kKelvin16 || f.scale.offset != 0) {
+        converted.resize(f.values.size());
+        for (std::size_t i = 0; i < f.values.size(); ++i)
+            converted[i] =
+                static_cast<uint16_t>(std::clamp(std::round(f.scale.kelvin(f.values[i]) * 16), 0.0, 65535.0));
+        kelvin16 = converted.data();
+    }
+    static const double percents[3] = {5, 50, 95};
+    radimo_region_object_stats_t o{};
+    check_library(radimo_region_object_stats(&scene, camera->correct_table.data(), kelvin16, f.resolution(),
+                                             &g, RADIMO_SAMPLE_PIXEL, percents,
+                                             static_cast<uint32_t>(percent_count), percentiles, &o),
+                  "radimo_region_object_stats");
+    return o;
+}
+
+}  // namespace
+
+ShapeResult measure_shape(const MeasuredFrame &f, ShapeRegion &r, const CameraProfile *camera, int bins,
+                          bool details) {
     ShapeResult out;
     out.label = r.label;
-    if (r.region.shape == RADIMO_REGION_MASK && (r.mask_width != k16.width || r.mask_height != k16.height))
+    out.scale = f.scale;
+    if (r.region.shape == RADIMO_REGION_MASK && (r.mask_width != f.width || r.mask_height != f.height))
         fail_usage(r.label + ": the mask is " + std::to_string(r.mask_width) + "x" +
-                   std::to_string(r.mask_height) + ", the frame " + std::to_string(k16.width) + "x" +
-                   std::to_string(k16.height));
+                   std::to_string(r.mask_height) + ", the frame " + std::to_string(f.width) + "x" +
+                   std::to_string(f.height));
     const radimo_region_t &g = r.record();
-    const uint16_t *f = k16.samples.data();
-    const uint32_t res = k16.resolution();
-    const uint32_t h = static_cast<uint32_t>(k16.height);
     try {
-        check_library(radimo_region_stats(f, res, &g, RADIMO_SAMPLE_PIXEL, 0, h, &out.pixels),
-                      "radimo_region_stats");
+        out.stats.pixels = pixel_statistics(f, g);
     } catch (const Error &e) {
         fail_usage(r.label + " (" + r.shape_name() + " " + r.describe() + "): " + e.what());
     }
-    const double percents[3] = {5, 50, 95};
-    if (details) {
-        check_library(radimo_region_stats(f, res, &g, RADIMO_SAMPLE_MEAN3, 0, h, &out.means),
-                      "radimo_region_stats");
-    }
+    if (details) out.stats.trimmed = trimmed_statistics(f, g);
     std::vector<uint32_t> counts(details || bins > 0 ? 65536 : 0, 0);
     if (!counts.empty())
-        check_library(radimo_region_counts(f, res, &g, RADIMO_SAMPLE_PIXEL, 0, h, counts.data()),
+        check_library(radimo_region_counts(f.values.data(), f.resolution(), &g, RADIMO_SAMPLE_PIXEL, 0,
+                                           static_cast<uint32_t>(f.height), counts.data()),
                       "radimo_region_counts");
-    double *p[3] = {&out.p5, &out.median, &out.p95};
-    for (int i = 0; i < (details ? 3 : 0); ++i) {
-        check_library(radimo_counts_percentile(counts.data(), percents[i], p[i]), "radimo_counts_percentile");
-        *p[i] = *p[i] / 16.0 - 273.15;
-    }
+    const double percents[3] = {5, 50, 95};
+    for (std::size_t i = 0; i < (details ? 3u : 0u); ++i)
+        check_library(radimo_counts_percentile(counts.data(), percents[i], &out.percentiles[i]),
+                      "radimo_counts_percentile");
     if (bins > 0) {
-        const double lo = out.pixels.min, hi = out.pixels.max > out.pixels.min ? out.pixels.max : lo + 1;
-        std::vector<double> edges(static_cast<std::size_t>(bins) + 1);
-        for (int i = 0; i <= bins; ++i) edges[static_cast<std::size_t>(i)] = lo + (hi - lo) * i / bins;
+        const double lo = out.stats.pixels.coldest.value;
+        const double hi = out.stats.pixels.hottest.value > lo ? out.stats.pixels.hottest.value : lo + 1;
+        out.histogram_edges.resize(static_cast<std::size_t>(bins) + 1);
+        for (int i = 0; i <= bins; ++i)
+            out.histogram_edges[static_cast<std::size_t>(i)] = lo + (hi - lo) * i / bins;
         out.histogram.resize(static_cast<std::size_t>(bins));
-        check_library(radimo_counts_histogram(counts.data(), edges.data(), static_cast<uint32_t>(bins),
-                                              out.histogram.data()),
+        check_library(radimo_counts_histogram(counts.data(), out.histogram_edges.data(),
+                                              static_cast<uint32_t>(bins), out.histogram.data()),
                       "radimo_counts_histogram");
-        for (double e : edges) out.histogram_edges.push_back(e / 16.0 - 273.15);
     }
-    if (r.has_scene()) {
-        if (scene == nullptr || correct_table == nullptr || correct_table->empty())
-            fail_usage(r.label + ": a region with a scene of its own needs --camera with a correction table");
-        env_correct_param_t s = *scene;
-        float *fields[5] = {&s.dist, &s.ems, &s.hum, &s.ta, &s.tu};
-        for (int i = 0; i < 5; ++i)
-            if (!std::isnan(r.scene[static_cast<std::size_t>(i)]))
-                *fields[i] = r.scene[static_cast<std::size_t>(i)];
-        radimo_region_object_stats_t o{};
-        check_library(
-            radimo_region_object_stats(&s, correct_table->data(), f, res, &g, RADIMO_SAMPLE_PIXEL, percents,
-                                       details ? 3 : 0, out.object_percentiles.data(), &o),
-            "radimo_region_object_stats");
-        out.object = o;
-    }
+    if (r.has_scene())
+        out.object = object_statistics(f, r, g, camera, details ? 3 : 0, out.object_percentiles.data());
     return out;
+}
+
+nlohmann::ordered_json shape_json(const MeasuredFrame &f, const ShapeRegion &g, const ShapeResult &m) {
+    nlohmann::ordered_json j = {{"label", m.label}, {"kind", g.shape_name()}};
+    const radimo_region_t &r = g.region;
+    switch (r.shape) {
+        case RADIMO_REGION_RECT:
+            j["x"] = r.origin.x, j["y"] = r.origin.y, j["w"] = r.size.w, j["h"] = r.size.h;
+            break;
+        case RADIMO_REGION_ELLIPSE:
+            j["cx"] = r.cx, j["cy"] = r.cy, j["rx"] = r.rx, j["ry"] = r.ry;
+            break;
+        case RADIMO_REGION_POLYGON:
+            j["points"] = nlohmann::ordered_json::array();
+            for (std::size_t i = 0; i + 1 < g.vertices.size(); i += 2)
+                j["points"].push_back({g.vertices[i], g.vertices[i + 1]});
+            break;
+        default:
+            j["w"] = g.mask_width, j["h"] = g.mask_height;
+    }
+    j["unit"] = unit_name(f.unit);
+    j["unit_source"] = unit_source_key(f.unit_source);
+    j["trimmed"] = trimmed_json(f, m.stats.trimmed, "3x3 trimmed means");
+    nlohmann::ordered_json pixels = pixels_json(f, m.stats.pixels);
+    pixels["p5"] = reading_json(f, m.percentiles[0], nullptr);
+    pixels["median"] = reading_json(f, m.percentiles[1], nullptr);
+    pixels["p95"] = reading_json(f, m.percentiles[2], nullptr);
+    j["pixels"] = pixels;
+    if (!m.histogram.empty()) {
+        std::vector<double> edges;
+        for (double e : m.histogram_edges) edges.push_back(std::round(f.scale.celsius(e) * 1e4) / 1e4);
+        j["histogram"] = {{"edges_celsius", edges}, {"pixels", m.histogram}};
+    }
+    if (m.object) {
+        const radimo_region_object_stats_t &o = *m.object;
+        const auto at = [](double c, point_t q) {
+            return nlohmann::ordered_json{{"celsius", std::round(c * 1e4) / 1e4}, {"x", q.x}, {"y", q.y}};
+        };
+        j["object"] = {{"scene", "its own"},
+                       {"hottest", at(o.max, o.max_point)},
+                       {"coldest", at(o.min, o.min_point)},
+                       {"mean_celsius", o.mean},
+                       {"stddev_k", o.stddev},
+                       {"p5_celsius", m.object_percentiles[0]},
+                       {"median_celsius", m.object_percentiles[1]},
+                       {"p95_celsius", m.object_percentiles[2]}};
+    }
+    return j;
+}
+
+std::string shape_text(const MeasuredFrame &f, const ShapeResult &m, int indent) {
+    const std::string pad(static_cast<std::size_t>(indent), ' ');
+    std::string text = trimmed_text(f, m.stats.trimmed, "3x3 trimmed") + "\n" + pad +
+                       pixels_text(f, m.stats.pixels) + "  P5 " + celsius_text(f, m.percentiles[0]) +
+                       "  median " + celsius_text(f, m.percentiles[1]) + "  P95 " +
+                       celsius_text(f, m.percentiles[2]);
+    if (m.object) {
+        const radimo_region_object_stats_t &o = *m.object;
+        char line[256];
+        std::snprintf(
+            line, sizeof line,
+            "object (its own scene): hottest %.2f \u00b0C at (%d,%d)  coldest %.2f \u00b0C at (%d,%d)"
+            "  mean %.2f \u00b0C  sd %.2f K  median %.2f \u00b0C",
+            static_cast<double>(o.max), o.max_point.x, o.max_point.y, static_cast<double>(o.min),
+            o.min_point.x, o.min_point.y, o.mean, o.stddev, m.object_percentiles[1]);
+        text += "\n" + pad + line;
+    }
+    for (std::size_t i = 0; i < m.histogram.size(); ++i) {
+        char line[128];
+        std::snprintf(line, sizeof line, "%9.2f .. %9.2f \u00b0C  %llu px",
+                      f.scale.celsius(m.histogram_edges[i]), f.scale.celsius(m.histogram_edges[i + 1]),
+                      static_cast<unsigned long long>(m.histogram[i]));
+        text += "\n" + pad + line;
+    }
+    return text;
 }
 
 }  // namespace radimo::cli

@@ -12,23 +12,6 @@
 namespace radimo::cli {
 namespace {
 
-double celsius(double kelvin16) {
-    return kelvin16 / 16.0 - 273.15;
-}
-
-// The temperatures of a region: its object temperatures when it has a scene of its own.
-struct Temps {
-    double max, min, mean, stddev;
-    point_t max_at, min_at;
-};
-Temps temps(const ShapeResult &r) {
-    if (r.object)
-        return {r.object->max,    r.object->min,       r.object->mean,
-                r.object->stddev, r.object->max_point, r.object->min_point};
-    return {celsius(r.pixels.max),  celsius(r.pixels.min), celsius(r.pixels.mean),
-            r.pixels.stddev / 16.0, r.pixels.max_point,    r.pixels.min_point};
-}
-
 std::string number(double v) {
     char text[32];
     std::snprintf(text, sizeof text, v == std::floor(v) && std::fabs(v) < 1e9 ? "%.0f" : "%.4f", v);
@@ -38,17 +21,36 @@ std::string number(double v) {
 }  // namespace
 
 std::vector<SeriesValue> series_values(const ShapeResult &r) {
-    const Temps t = temps(r);
-    return {{"max_c", t.max},
-            {"max_x", static_cast<double>(t.max_at.x)},
-            {"max_y", static_cast<double>(t.max_at.y)},
-            {"min_c", t.min},
-            {"min_x", static_cast<double>(t.min_at.x)},
-            {"min_y", static_cast<double>(t.min_at.y)},
-            {"mean_c", t.mean},
-            {"sd_k", t.stddev},
-            {"median_c", r.object ? r.object_percentiles[1] : r.median},
-            {"pixels", static_cast<double>(r.pixels.count)}};
+    const PixelStatistics &p = r.stats.pixels;
+    const point_t max_at = r.object ? r.object->max_point : p.hottest.at;
+    const point_t min_at = r.object ? r.object->min_point : p.coldest.at;
+    return {{"max_c", r.max_celsius()},
+            {"max_x", static_cast<double>(max_at.x)},
+            {"max_y", static_cast<double>(max_at.y)},
+            {"min_c", r.min_celsius()},
+            {"min_x", static_cast<double>(min_at.x)},
+            {"min_y", static_cast<double>(min_at.y)},
+            {"mean_c", r.mean_celsius()},
+            {"sd_k", r.stddev_kelvin()},
+            {"median_c", r.median_celsius()},
+            {"pixels", static_cast<double>(p.count)}};
+}
+
+nlohmann::ordered_json series_json(const std::vector<SeriesRow> &rows) {
+    nlohmann::ordered_json doc = nlohmann::ordered_json::array();
+    for (const SeriesRow &row : rows) {
+        nlohmann::ordered_json j = {{"frame", row.frame}};
+        if (row.time) j["time_s"] = *row.time;
+        j["unit"] = row.unit;
+        j["unit_source"] = row.unit_source;
+        for (const ShapeResult &r : row.regions) {
+            nlohmann::ordered_json v;
+            for (const SeriesValue &x : series_values(r)) v[x.name] = x.value;
+            j["regions"][r.label] = v;
+        }
+        doc.push_back(j);
+    }
+    return doc;
 }
 
 void write_series(const std::string &path, const std::vector<SeriesRow> &rows) {
@@ -57,21 +59,11 @@ void write_series(const std::string &path, const std::vector<SeriesRow> &rows) {
         fail_usage(path + ": the time series is written as .csv or .json");
     std::string text;
     if (json) {
-        nlohmann::ordered_json doc = nlohmann::ordered_json::array();
-        for (const SeriesRow &row : rows) {
-            nlohmann::ordered_json j = {{"frame", row.frame}};
-            if (row.time) j["time_s"] = *row.time;
-            for (const ShapeResult &r : row.regions) {
-                nlohmann::ordered_json v;
-                for (const SeriesValue &x : series_values(r)) v[x.name] = x.value;
-                j["regions"][r.label] = v;
-            }
-            doc.push_back(j);
-        }
-        text = doc.dump(2) + "\n";
+        text = series_json(rows).dump(2) + "\n";
     } else {
         text = "frame";
         if (!rows.empty() && rows[0].time) text += ",time_s";
+        text += ",unit,unit_source";
         if (!rows.empty())
             for (const ShapeResult &r : rows[0].regions)
                 for (const SeriesValue &x : series_values(r)) text += "," + r.label + "." + x.name;
@@ -79,6 +71,7 @@ void write_series(const std::string &path, const std::vector<SeriesRow> &rows) {
         for (const SeriesRow &row : rows) {
             text += std::to_string(row.frame);
             if (row.time) text += "," + number(*row.time);
+            text += "," + row.unit + "," + row.unit_source;
             for (const ShapeResult &r : row.regions)
                 for (const SeriesValue &x : series_values(r)) text += "," + number(x.value);
             text += "\n";
@@ -97,12 +90,12 @@ void print_series_summary(const std::vector<SeriesRow> &rows) {
         };
         Extreme hottest{-INFINITY, 0}, coldest{INFINITY, 0}, mean_hi{-INFINITY, 0}, mean_lo{INFINITY, 0};
         for (const SeriesRow &row : rows) {
-            const Temps t = temps(row.regions[k]);
+            const ShapeResult &r = row.regions[k];
             // Ties keep the later frame, as positions keep the later pixel.
-            if (t.max >= hottest.value) hottest = {t.max, row.frame};
-            if (t.min <= coldest.value) coldest = {t.min, row.frame};
-            if (t.mean >= mean_hi.value) mean_hi = {t.mean, row.frame};
-            if (t.mean <= mean_lo.value) mean_lo = {t.mean, row.frame};
+            if (r.max_celsius() >= hottest.value) hottest = {r.max_celsius(), row.frame};
+            if (r.min_celsius() <= coldest.value) coldest = {r.min_celsius(), row.frame};
+            if (r.mean_celsius() >= mean_hi.value) mean_hi = {r.mean_celsius(), row.frame};
+            if (r.mean_celsius() <= mean_lo.value) mean_lo = {r.mean_celsius(), row.frame};
         }
         std::printf(
             "  %-8s max %7.2f \u00b0C (frame %zu)  min %7.2f \u00b0C (frame %zu)  mean %7.2f .. %7.2f "
@@ -126,8 +119,8 @@ void write_series_chart(const std::string &path, const std::vector<SeriesRow> &r
         for (int s = 0; s < 3; ++s) {
             ChartSeries series{rows[0].regions[k].label + " " + names[s], {}, static_cast<int>(k), s};
             for (const SeriesRow &row : rows) {
-                const Temps t = temps(row.regions[k]);
-                series.y.push_back(s == 0 ? t.max : s == 1 ? t.mean : t.min);
+                const ShapeResult &r = row.regions[k];
+                series.y.push_back(s == 0 ? r.max_celsius() : s == 1 ? r.mean_celsius() : r.min_celsius());
             }
             spec.series.push_back(std::move(series));
         }

@@ -26,16 +26,6 @@ std::pair<double, double> y_range(const ChartSpec &spec) {
     return {lo - pad, hi + pad};
 }
 
-cairo_status_t append(void *closure, const unsigned char *data, unsigned int length) {
-    try {
-        auto *png = static_cast<std::vector<unsigned char> *>(closure);
-        png->insert(png->end(), data, data + length);
-        return CAIRO_STATUS_SUCCESS;
-    } catch (...) {
-        return CAIRO_STATUS_NO_MEMORY;
-    }
-}
-
 }  // namespace
 
 std::vector<unsigned char> render_chart(const ChartSpec &spec) {
@@ -141,11 +131,7 @@ std::vector<unsigned char> render_chart(const ChartSpec &spec) {
     if (cairo_status(cr) != CAIRO_STATUS_SUCCESS)
         throw std::runtime_error(std::string("drawing the chart failed: ") +
                                  cairo_status_to_string(cairo_status(cr)));
-    std::vector<unsigned char> png;
-    cairo_surface_flush(surface.get());
-    if (cairo_surface_write_to_png_stream(surface.get(), append, &png) != CAIRO_STATUS_SUCCESS)
-        throw std::runtime_error("encoding the chart as PNG failed");
-    return png;
+    return png_bytes(surface.get());
 }
 
 }  // namespace radimo::cli

@@ -25,9 +25,11 @@ from typing import Dict, Optional, Tuple
 import numpy as np
 
 from . import _records as R
-from ._arrays import buffer, check_integer, check_real
+from ._arrays import buffer, check_real
 from ._lib import call
 from .correction import Scene, correction_table_array, correction_table_words
+from .frames import Frame
+from .measure import _measured
 
 RECT, ELLIPSE, POLYGON, MASK = 1, 2, 3, 4
 _SAMPLING = {"pixel": 0, "mean3": 1}
@@ -233,8 +235,8 @@ def write_regions(path, regions):
 
 @dataclass(frozen=True)
 class RegionStats:
-    """A region's statistics. Temperatures are in degC when the frame was 1/16 K (unit "kelvin16"), else
-    in the frame's units; ``std`` is a temperature difference (K for degC). ``percentiles`` maps each asked
+    """A region's statistics. Temperatures are in degC when the frame holds temperatures (any unit but
+    "raw"), else in the frame's units; ``std`` is a temperature difference (K for degC). ``percentiles`` maps each asked
     percent to its value; ``histogram`` is (counts, edges) or None; ``above`` and ``below`` count the pixels
     beyond the thresholds asked (None when not asked). ``object`` is True when the values are object
     temperatures under the region's own scene."""
@@ -254,55 +256,42 @@ class RegionStats:
     unit: str = "degC"
 
 
-def _frame_array(frame):
-    """The frame as a C-contiguous uint16 array (no copy when it is one) and its resolution word."""
-    array = np.asarray(frame)
-    if array.ndim != 2:
-        raise ValueError(f"frame must be a 2-D array (height, width), got shape {array.shape}")
-    height, width = array.shape
-    if not (0 < width <= 0xFFFF and 0 < height <= 0xFFFF):
-        raise ValueError(f"frame size {width} x {height} is outside 1..65535")
-    if array.dtype != np.uint16:
-        array = check_integer("frame", array, 0, 0xFFFF)
-    return np.ascontiguousarray(array, dtype=np.uint16), width | (height << 16)
-
-
 def _counts_buffer(counts, writable=False):
     return buffer("counts", counts, c_uint32, 65536, writable)
 
 
-def _to_celsius(v):
-    return v * 0.0625 - 273.15
-
-
-def _to_kelvin16(c):
-    return (c + 273.15) * 16.0
+def _frame(frame, unit):
+    """The frame's uint16 array, a pointer to it, its resolution word and its scale (measure's rules), and
+    whether its values are temperatures."""
+    if unit == "raw":
+        values = frame.values if isinstance(frame, Frame) else frame
+        return (*_measured(values, "nuc"), False)
+    return (*_measured(frame, unit), True)
 
 
 def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, below=None, sampling="pixel",
                  unit="raw", correct_table=None, scene=None):
     """Statistics of one region of a 16-bit frame (H, W).
 
-    unit: "raw" (values in the frame's units) or "kelvin16" (1/16 K; results in degC). bins: the number of
-    equal bins between the region's minimum and maximum, or the bin edges (degC for kelvin16). above, below:
-    thresholds of the isotherm areas (degC for kelvin16). sampling: "pixel" (each pixel's own value) or
+    unit: "raw" (values in the frame's units), a temperature unit of the frame ("kelvin16", "centikelvin",
+    "celsius"...; results in degC, a float frame measured on its grid as measure_rect measures it) or None
+    (a Frame's own unit; 1/16 K for integers, degC for floats). bins: the number of equal bins between the
+    region's minimum and maximum, or the bin edges (degC for temperatures). above, below: thresholds of the
+    isotherm areas (degC for temperatures). sampling: "pixel" (each pixel's own value) or
     "mean3" (the 3x3 trimmed mean at each pixel). A region with a scene of its own, or a scene given here
     (a Scene, the base the region's fields override), gives object temperatures: it needs unit "kelvin16"
     and the camera's correct_table.
     """
     if sampling not in _SAMPLING:
         raise ValueError(f"sampling must be 'pixel' or 'mean3', got {sampling!r}")
-    if unit not in ("raw", "kelvin16"):
-        raise ValueError(f"unit must be 'raw' or 'kelvin16', got {unit!r}")
-    array, resolution = _frame_array(frame)
+    array, frame_p, resolution, scale, celsius = _frame(frame, unit)
     record, _keep = region.record(array.shape)
     percents = [float(p) for p in check_real("percentiles", list(percentiles), 0.0, 100.0)]
     if region.scene is not None or scene is not None:
-        return _object_stats(array, resolution, record, region, percents, bins, above, below, sampling, unit,
-                             correct_table, scene)
-    celsius = unit == "kelvin16"
-    to_unit = _to_celsius if celsius else float
-    frame_p = buffer("frame", array, c_uint16, array.size)
+        return _object_stats(array, frame_p, resolution, record, region, percents, bins, above, below, sampling,
+                             scale, correct_table, scene)
+    to_unit = scale.celsius if celsius else float
+    from_unit = scale.value_of_celsius if celsius else float
     s = R.radimo_region_stats_t()
     call("radimo_region_stats", frame_p, resolution, byref(record), _SAMPLING[sampling], 0, array.shape[0],
          byref(s))
@@ -317,7 +306,7 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
     histogram = None
     if bins is not None:
         edges = _edges(bins, to_unit(s.min), to_unit(s.max))
-        frame_edges = np.ascontiguousarray(_to_kelvin16(edges) if celsius else edges, dtype=np.float64)
+        frame_edges = np.ascontiguousarray([from_unit(e) for e in edges], dtype=np.float64)
         out = np.zeros(len(edges) - 1, dtype=np.uint64)
         call("radimo_counts_histogram", _counts_buffer(counts), buffer("bin edges", frame_edges, c_double,
              len(edges)), len(out), buffer("bins", out, c_uint64, len(out), True))
@@ -325,16 +314,16 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
     hot = cold = None
     if above is not None or below is not None:
         # The library compares whole frame values: v > high and v < low.
-        high = math.floor(_to_kelvin16(above) if celsius else above) if above is not None else 65535
-        low = math.ceil(_to_kelvin16(below) if celsius else below) if below is not None else 0
+        high = math.floor(from_unit(above)) if above is not None else 65535
+        low = math.ceil(from_unit(below)) if below is not None else 0
         a, b = c_uint64(), c_uint64()
         call("radimo_counts_threshold", _counts_buffer(counts), R.threshold_t(max(high, low), low), byref(a),
              byref(b))
         hot = a.value if above is not None else None
         cold = b.value if below is not None else None
-    scale = 0.0625 if celsius else 1.0
     return RegionStats(region.name, s.count, to_unit(s.max), to_unit(s.min), (s.max_point.x, s.max_point.y),
-                       (s.min_point.x, s.min_point.y), to_unit(s.mean), s.stddev * scale, values, histogram,
+                       (s.min_point.x, s.min_point.y), to_unit(s.mean),
+                       s.stddev / scale.per_kelvin if celsius else s.stddev, values, histogram,
                        hot, cold, False, "degC" if celsius else "frame units")
 
 
@@ -350,9 +339,9 @@ def _edges(bins, lo, hi):
     return edges
 
 
-def _object_stats(array, resolution, record, region, percents, bins, above, below, sampling, unit, table,
-                  scene):
-    if unit != "kelvin16" or table is None:
+def _object_stats(array, frame_p, resolution, record, region, percents, bins, above, below, sampling, scale,
+                  table, scene):
+    if scale.unit != "kelvin16" or table is None:
         raise ValueError(f"region {region.name!r} has a scene of its own: its object temperatures need a "
                          "1/16 K frame (unit='kelvin16') and the camera's correct_table")
     base = {k: getattr(scene, k) for k in _SCENE_FIELDS} if scene is not None else {}
@@ -368,14 +357,14 @@ def _object_stats(array, resolution, record, region, percents, bins, above, belo
     p_out = np.zeros(len(wanted), dtype=np.float64)
     s = R.radimo_region_object_stats_t()
     call("radimo_region_object_stats", byref(merged.record()), table_p,
-         buffer("frame", array, c_uint16, array.size), resolution, byref(record), _SAMPLING[sampling],
+         frame_p, resolution, byref(record), _SAMPLING[sampling],
          buffer("percentiles", p_in, c_double, len(wanted)), len(wanted),
          buffer("percentiles", p_out, c_double, len(wanted), True), byref(s))
     histogram = hot = cold = None
     if bins is not None or above is not None or below is not None:
         # The region's distribution by 1/16 K value, each value present corrected once.
         counts = np.zeros(65536, dtype=np.uint32)
-        call("radimo_region_counts", buffer("frame", array, c_uint16, array.size), resolution, byref(record),
+        call("radimo_region_counts", frame_p, resolution, byref(record),
              _SAMPLING[sampling], 0, array.shape[0], _counts_buffer(counts, True))
         present = np.flatnonzero(counts)
         weights = counts[present].astype(np.int64)

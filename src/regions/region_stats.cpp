@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "core/message.h"
+#include "frame_api/band.h"
 #include "libradimo.h"
 #include "regions/region_scan.h"
 
@@ -107,16 +108,7 @@ int radimo_region_stats_merge(radimo_region_stats_t *first, const radimo_region_
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
-    if (later->count != 0) {
-        if (first->count == 0 || later->max >= first->max) {
-            first->max = later->max;
-            first->max_point = later->max_point;
-        }
-        if (first->count == 0 || later->min <= first->min) {
-            first->min = later->min;
-            first->min_point = later->min_point;
-        }
-    }
+    radimo::frame_api::merge_extremes(first, *later);
     first->count += later->count;
     first->sum += later->sum;
     first->sum_squares += later->sum_squares;

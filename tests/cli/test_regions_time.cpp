@@ -50,12 +50,14 @@ TEST_F(RegionsAndTime, RegionStatisticsAreTheLibrarys) {
                                   18, &s),
               RADIMO_SUCCESS);
     EXPECT_EQ(m[1]["label"], "hot");
-    EXPECT_EQ(m[1]["pixels"], s.count);
-    EXPECT_EQ(m[1]["max"]["x"], s.max_point.x);
-    EXPECT_EQ(m[1]["max"]["y"], s.max_point.y);
-    EXPECT_NEAR(m[1]["max"]["celsius"].get<double>(), s.max / 16.0 - 273.15, 1e-3);
-    EXPECT_NEAR(m[1]["sd_k"].get<double>(), s.stddev / 16.0, 1e-9);
-    EXPECT_EQ(m[2]["pixels"], (24 * 18 + 6) / 7);
+    const json &p = m[1]["pixels"];
+    EXPECT_EQ(m[1]["unit"], "kelvin16");
+    EXPECT_EQ(p["count"], s.count);
+    EXPECT_EQ(p["hottest"]["value"], s.max);
+    EXPECT_EQ(p["hottest"]["x"], s.max_point.x);
+    EXPECT_EQ(p["hottest"]["y"], s.max_point.y);
+    EXPECT_NEAR(p["stddev_k"].get<double>(), s.stddev / 16.0, 1e-4);
+    EXPECT_EQ(m[2]["pixels"]["count"], (24 * 18 + 6) / 7);
     EXPECT_EQ(json::parse(r.out)["frames"][0]["delta_t"].size(), 2u);
 
     EXPECT_EQ(radimo("measure t.png --ellipse -9,-9,2,2").exit_code, 2);  // no pixel inside
@@ -77,16 +79,19 @@ TEST_F(RegionsAndTime, TimeSeriesEqualsPerFrameMeasurementsAndIsCharted) {
     for (int i = 0; i < 4; ++i) {
         EXPECT_DOUBLE_EQ(rows[i]["time_s"].get<double>(), i / 10.0);
         const json &g = frames[i]["measurements"][1];  // the rectangle comes first, as R1
-        EXPECT_NEAR(rows[i]["regions"]["G1"]["max_c"].get<double>(), g["max"]["celsius"].get<double>(), 1e-3);
-        EXPECT_NEAR(rows[i]["regions"]["G1"]["mean_c"].get<double>(), g["mean_c"].get<double>(), 1e-9);
-        EXPECT_EQ(rows[i]["regions"]["G1"]["pixels"], g["pixels"]);
+        EXPECT_EQ(rows[i]["unit"], g["unit"]);
+        EXPECT_NEAR(rows[i]["regions"]["G1"]["max_c"].get<double>(),
+                    g["pixels"]["hottest"]["celsius"].get<double>(), 1e-4);
+        EXPECT_NEAR(rows[i]["regions"]["G1"]["mean_c"].get<double>(),
+                    g["pixels"]["mean"]["celsius"].get<double>(), 1e-4);
+        EXPECT_EQ(rows[i]["regions"]["G1"]["pixels"], g["pixels"]["count"]);
     }
     EXPECT_GT(fs::file_size(path("s.png")), 1000u);
     ASSERT_EQ(radimo("measure seq.tiff --every-frame -o s.csv").exit_code, 0);
     std::ifstream csv(path("s.csv"));
     std::string header;
     std::getline(csv, header);
-    EXPECT_EQ(header.rfind("frame,frame.max_c,frame.max_x", 0), 0u) << header;
+    EXPECT_EQ(header.rfind("frame,unit,unit_source,frame.max_c,frame.max_x", 0), 0u) << header;
 }
 
 TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZero) {
@@ -95,7 +100,7 @@ TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZero) {
     auto reader = open_frame_file(path("zero.tiff"), std::nullopt);
     int n = 0;
     for (Frame f; reader->next(f); ++n)
-        for (float v : f.celsius) ASSERT_EQ(v, 0.0f);
+        for (float v : f.floats) ASSERT_EQ(v, 0.0f);
     EXPECT_EQ(n, 3);
     const RunResult r = radimo("diff seq.tiff --reference 0 -o d.tiff --picture d.png --json");
     ASSERT_EQ(r.exit_code, 0) << r.err;
