@@ -136,6 +136,7 @@ Picture draw_picture(const PictureRequest &request, bool rgb) {
     // What the numbers are, under the user's caption.
     std::string legend = "temperatures: " + request.unit;
     if (trimmed) legend += "  \u00b7  marks: trimmed means";
+    if (!request.outlines.empty()) legend += "  \u00b7  outlines: pixel means";
     if (request.crosshairs) legend += "  \u00b7  crosshairs: hottest/coldest pixel";
     drawing.caption = request.caption.empty() ? legend : request.caption + "\n" + legend;
     drawing.rgb = rgb;

@@ -404,8 +404,10 @@ std::string shape_text(const MeasuredFrame &f, const ShapeResult &m, int indent)
     }
     for (std::size_t i = 0; i < m.histogram.size(); ++i) {
         char line[128];
-        std::snprintf(line, sizeof line, "%9.2f .. %9.2f \u00b0C  %llu px",
-                      f.scale.celsius(m.histogram_edges[i]), f.scale.celsius(m.histogram_edges[i + 1]),
+        const int digits = celsius_decimals(f);
+        std::snprintf(line, sizeof line, "%10.*f .. %10.*f \u00b0C  %llu px", digits,
+                      f.scale.celsius(m.histogram_edges[i]), digits,
+                      f.scale.celsius(m.histogram_edges[i + 1]),
                       static_cast<unsigned long long>(m.histogram[i]));
         text += "\n" + pad + line;
     }

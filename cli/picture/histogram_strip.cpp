@@ -63,11 +63,11 @@ void draw_histogram_strip(cairo_t *cr, const PictureSpec &request, float lo, flo
     // The heading: what the strip counts, on a log scale, and the share of the pixels it holds (the
     // rest lie beyond the scale).
     char share[48];
-    std::snprintf(share, sizeof share, "log, %.0f%% shown",
+    std::snprintf(share, sizeof share, "%.0f%% shown",
                   total ? 100.0 * static_cast<double>(shown) / static_cast<double>(total) : 0.0);
     set_font(cr, label_font * ui);
     const double room = width + strip_margin * ui;
-    draw_text(cr, fit_text(cr, "pixels", room), left, layout.panel.y + 14 * ui, {0.82, 0.82, 0.84});
+    draw_text(cr, fit_text(cr, "pixels (log)", room), left, layout.panel.y + 14 * ui, {0.82, 0.82, 0.84});
     draw_text(cr, fit_text(cr, share, room), left, layout.panel.y + 27 * ui, {0.72, 0.72, 0.75});
 }
 
