@@ -10,10 +10,42 @@
 
 namespace radimo::regions {
 
+namespace {
+
+// Counts are summed a block at a time, in independent partial sums: whole
+// numbers, so the order of the additions cannot change the result.
+constexpr uint32_t kBlock = 64;
+
+uint64_t block_sum(const uint32_t *counts) {
+    uint64_t part[8] = {};
+    for (uint32_t i = 0; i < kBlock; i += 8)
+        for (uint32_t k = 0; k < 8; ++k) part[k] += counts[i + k];
+    return ((part[0] + part[1]) + (part[2] + part[3])) + ((part[4] + part[5]) + (part[6] + part[7]));
+}
+
+}  // namespace
+
 uint64_t total_count(const uint32_t *counts) {
     uint64_t n = 0;
-    for (uint32_t v = 0; v < kValues; ++v) n += counts[v];
+    for (uint32_t v = 0; v < kValues; v += kBlock) n += block_sum(counts + v);
     return n;
+}
+
+uint16_t value_at_rank(const uint32_t *counts, uint64_t rank) {
+    uint64_t seen = 0;
+    uint32_t v = 0;
+    // Whole blocks whose samples all rank at or below `rank` are passed over;
+    // the last block is always walked, so a rank beyond the samples gives 65535.
+    for (; v + kBlock < kValues; v += kBlock) {
+        const uint64_t block = block_sum(counts + v);
+        if (seen + block > rank) break;
+        seen += block;
+    }
+    for (; v < kValues - 1; ++v) {
+        seen += counts[v];
+        if (seen > rank) break;
+    }
+    return static_cast<uint16_t>(v);
 }
 
 }  // namespace radimo::regions
@@ -54,15 +86,7 @@ int radimo_counts_percentile(const uint32_t *counts, double percent, double *val
         RADIMO_ERROR("counts are empty\n");
         return RADIMO_ERR_PARAM;
     }
-    const auto sample_at = [counts](uint64_t rank) {
-        uint64_t seen = 0;
-        uint32_t v = 0;
-        for (; v < radimo::regions::kValues - 1; ++v) {
-            seen += counts[v];
-            if (seen > rank) break;
-        }
-        return static_cast<uint16_t>(v);
-    };
+    const auto sample_at = [counts](uint64_t rank) { return radimo::regions::value_at_rank(counts, rank); };
     *value = radimo::regions::interpolated_percentile<uint16_t>(n, percent, sample_at);
     return RADIMO_SUCCESS;
 }

@@ -10,6 +10,9 @@ inline constexpr uint32_t kValues = 65536;
 
 // Sum of the 65536 counts.
 uint64_t total_count(const uint32_t *counts);
+// The value of the sample of 0-based `rank` in ascending order (65535 for a
+// rank beyond the samples).
+uint16_t value_at_rank(const uint32_t *counts, uint64_t rank);
 
 // Valid percent: 0 .. 100 (false for NaN).
 inline bool percent_valid(double percent) {

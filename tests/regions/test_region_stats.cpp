@@ -268,6 +268,14 @@ TEST(RegionDistribution, KnownValues) {
         ASSERT_EQ(radimo_counts_percentile(counts.data(), c.percent, &v), 0);
         EXPECT_DOUBLE_EQ(v, c.want) << c.percent;
     }
+    // Samples in the first and the last of the blocks the counts are summed in.
+    std::vector<uint32_t> ends(65536, 0);
+    ends[70] = 1, ends[65535] = 2;
+    const std::pair<double, double> end_cases[] = {{0, 70}, {50, 65535}, {100, 65535}};
+    for (const auto &[percent, want] : end_cases) {
+        ASSERT_EQ(radimo_counts_percentile(ends.data(), percent, &v), 0);
+        EXPECT_DOUBLE_EQ(v, want) << percent;
+    }
     const double edges[] = {1, 2, 4};
     uint64_t bins[2];
     ASSERT_EQ(radimo_counts_histogram(counts.data(), edges, 2, bins), 0);
