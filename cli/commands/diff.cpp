@@ -66,19 +66,21 @@ std::string kelvin_label(double v) {
     return text;
 }
 
-// All frames of a file in degC.
+// All frames of a file in degC (a file of differences: in K, as they are).
 std::vector<Frame> read_celsius(const std::string &path, const DiffOptions &o,
                                 const FrameConverter &converter, bool camera) {
     auto reader = open_frame_file(path, o.frames.input(camera));
     std::vector<Frame> frames;
     Frame frame;
     for (std::size_t i = 0; reader->next(frame); ++i)
-        frames.push_back(to_unit(converter.temperatures(frame, path, i), Unit::kCelsius));
+        frames.push_back(shown_values(converter.temperatures(frame, path, i)));
     if (frames.empty()) fail_usage(path + ": no frame");
     return frames;
 }
 
 Frame subtract(const Frame &a, const Frame &b, const std::string &what) {
+    if (a.unit != b.unit)
+        fail_usage(what + ": a temperature difference and a temperature cannot be subtracted");
     if (a.width != b.width || a.height != b.height)
         fail_usage(what + ": the frames differ in size (" + std::to_string(a.width) + "x" +
                    std::to_string(a.height) + " and " + std::to_string(b.width) + "x" +
@@ -86,7 +88,7 @@ Frame subtract(const Frame &a, const Frame &b, const std::string &what) {
     Frame d;
     d.width = a.width;
     d.height = a.height;
-    d.unit = Unit::kCelsius;  // a difference of degC: K
+    d.unit = Unit::kKelvinDifference;  // a difference of degC (or of differences): K
     d.floats.resize(a.floats.size());
     for (std::size_t i = 0; i < d.floats.size(); ++i) d.floats[i] = a.floats[i] - b.floats[i];
     return d;

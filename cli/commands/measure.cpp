@@ -85,7 +85,7 @@ void run_measure(const MeasureOptions &o) {
             row.unit = unit_name(measured.unit);
             row.unit_source = unit_source_key(measured.unit_source);
             for (ShapeRegion &g : shapes)
-                row.regions.push_back(measure_shape(measured, g, profile, o.histogram));
+                row.regions.push_back(measure_shape(measured, g, profile, o.histogram, ShapeDetail::kMedian));
             series.push_back(std::move(row));
             continue;
         }
@@ -101,8 +101,14 @@ void run_measure(const MeasureOptions &o) {
                         grid.empty() ? "" : ("; " + grid).c_str());
         }
         j["measurements"] = nlohmann::ordered_json::array();
+        // Each measurement's label and reading as shown (degC, K of a difference): a spot's 3x3 trimmed
+        // mean, the pixels' mean of the others (object temperatures under a region's own scene).
+        std::vector<std::pair<std::string, double>> means;
         for (const Region &r : frame_regions) {
             const RegionResult m = measure_region(measured, r, alarm);
+            means.emplace_back(r.label,
+                               measured.scale.celsius(r.kind == Region::Kind::kPoint ? m.stats.trimmed.avg
+                                                                                     : m.stats.pixels.mean));
             if (o.json) {
                 j["measurements"].push_back(region_json(measured, m));
             } else if (o.csv) {
@@ -114,30 +120,28 @@ void run_measure(const MeasureOptions &o) {
                 std::printf("%s\n", measurement_row(measured, m).c_str());
             }
         }
-        std::vector<ShapeResult> results;
         for (ShapeRegion &g : shapes) {
-            results.push_back(measure_shape(measured, g, profile, o.histogram));
+            const ShapeResult result = measure_shape(measured, g, profile, o.histogram);
+            means.emplace_back(result.label, result.mean_celsius());
             if (o.json) {
-                j["measurements"].push_back(shape_json(measured, g, results.back()));
+                j["measurements"].push_back(shape_json(measured, g, result));
             } else if (o.csv) {
                 nlohmann::ordered_json row = j;
                 row.erase("measurements");
-                row.update(shape_json(measured, g, results.back()));
+                row.update(shape_json(measured, g, result));
                 rows.push_back(row);
             } else {
-                std::printf("%s\n", shape_row(measured, g, results.back()).c_str());
+                std::printf("%s\n", shape_row(measured, g, result).c_str());
             }
         }
-        // The difference of each region's mean from the first region's (object temperatures under a
-        // region's own scene).
-        for (std::size_t k = 1; k < results.size(); ++k) {
-            const double dt = results[k].mean_celsius() - results[0].mean_celsius();
+        // The difference of each measurement's reading from the first one's.
+        for (std::size_t k = 1; k < means.size(); ++k) {
+            const double dt = means[k].second - means[0].second;
             if (o.json)
-                j["delta_t"].push_back(
-                    {{"from", results[0].label}, {"to", results[k].label}, {"mean_k", dt}});
+                j["delta_t"].push_back({{"from", means[0].first}, {"to", means[k].first}, {"mean_k", dt}});
             else if (!o.csv)
-                std::printf("     \u0394T %s - %s: %+.2f K (means)\n", results[k].label.c_str(),
-                            results[0].label.c_str(), dt);
+                std::printf("     \u0394T %s - %s: %+.2f K (means)\n", means[k].first.c_str(),
+                            means[0].first.c_str(), dt);
         }
         if (measured.non_finite > 0)
             warnings().add(o.input + ":nan",

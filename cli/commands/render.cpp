@@ -53,7 +53,7 @@ void prepare_frame(const Frame &frame, std::size_t index, const FrameConverter &
                    const std::string &name, Marks &marks, PictureRequest &request, Frame &celsius,
                    MeasuredFrame &measured) {
     const Frame temperatures = converter.temperatures(frame, name, index);
-    celsius = to_unit(temperatures, Unit::kCelsius);
+    celsius = shown_values(temperatures);
     measured = measured_frame(temperatures);
     request.regions.clear();
     for (const Region &r : marks.regions) {
@@ -62,9 +62,9 @@ void prepare_frame(const Frame &frame, std::size_t index, const FrameConverter &
     }
     request.outlines.clear();
     for (ShapeRegion &g : marks.shapes) {
-        const ShapeResult m = measure_shape(measured, g, marks.camera, 0, false);
+        const ShapeResult m = measure_shape(measured, g, marks.camera, 0, ShapeDetail::kPixels);
         char label[48];
-        std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", m.mean_celsius(),
+        std::snprintf(label, sizeof label, " mean %.1f %s%s", m.mean_celsius(), measured.scale.symbol(),
                       m.object ? " (own scene)" : "");
         request.outlines.push_back(outline_mark(g, g.label + label));
     }
@@ -86,7 +86,7 @@ void render_sequence(const RenderOptions &o, PictureRequest request, Marks &mark
         auto reader = open_frame_file(o.input, input);
         float lo = INFINITY, hi = -INFINITY;
         for (std::size_t i = 0; reader->next(frame); ++i) {
-            celsius = to_unit(converter.temperatures(frame, o.input, i), Unit::kCelsius);
+            celsius = shown_values(converter.temperatures(frame, o.input, i));
             const auto [a, b] = automatic_range(celsius.floats);
             lo = std::min(lo, a), hi = std::max(hi, b);
         }
@@ -126,8 +126,9 @@ void render_sequence(const RenderOptions &o, PictureRequest request, Marks &mark
         video->close();
         file->commit();
     }
-    std::printf("%s: %zu frame(s), %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), count, o.palette.c_str(),
-                static_cast<double>(request.range->first), static_cast<double>(request.range->second));
+    std::printf("%s: %zu frame(s), %s, %.1f .. %.1f %s\n", o.output.c_str(), count, o.palette.c_str(),
+                static_cast<double>(request.range->first), static_cast<double>(request.range->second),
+                measured.scale.symbol());
 }
 
 void run_render(const RenderOptions &o) {
@@ -177,10 +178,10 @@ void run_render(const RenderOptions &o) {
     if (picture.above + picture.below > 0)
         beyond = " (" + std::to_string(picture.above) + " pixels above, " + std::to_string(picture.below) +
                  " below, in the end colours)";
-    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C%s; temperatures: %s\n",
-                 o.output.c_str(), picture.width, picture.height, o.palette.c_str(),
-                 static_cast<double>(picture.lo), static_cast<double>(picture.hi), beyond.c_str(),
-                 request.unit.c_str());
+    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f %s%s; %s: %s\n", o.output.c_str(),
+                 picture.width, picture.height, o.palette.c_str(), static_cast<double>(picture.lo),
+                 static_cast<double>(picture.hi), measured.scale.symbol(), beyond.c_str(),
+                 measured.scale.difference ? "differences" : "temperatures", request.unit.c_str());
 }
 
 }  // namespace
@@ -197,9 +198,10 @@ void add_render_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--fps", o->fps, "Frames per second of a video and its time counter")
         ->capture_default_str();
     cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
-    auto *range = cmd->add_option("--range", o->range,
-                                  "Locked scale LO,HI in degC (pixels beyond take the end colours; the bar "
-                                  "gets a pointed cap at an end they pass)");
+    auto *range = cmd->add_option(
+        "--range", o->range,
+        "Locked scale LO,HI in degC, K for a difference (pixels beyond take the end colours; the bar "
+        "gets a pointed cap at an end they pass)");
     cmd->add_flag(
            "--auto", o->automatic,
            "Automatic scale (the default): from the 0.1 % to the 99.9 % percentile of the pixels, each "

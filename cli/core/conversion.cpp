@@ -99,6 +99,9 @@ Frame FrameConverter::corrected(const Frame &kelvin16) const {
 Frame FrameConverter::temperatures(const Frame &frame, const std::string &name, std::size_t index) const {
     Frame source = frame.unit == Unit::kNuc ? apparent(frame, name, index) : frame;
     if (!settings_.scene_correct) return source;
+    if (is_difference(source.unit))
+        fail_usage(name + ": a temperature difference (" + unit_name(source.unit) +
+                   ") takes no scene correction; leave out --scene-correct");
     // The correction takes 1/16 K: other units are rounded to it first.
     if (source.unit != Unit::kKelvin16) source = to_unit(source, Unit::kKelvin16);
     return corrected(source);
@@ -121,6 +124,9 @@ Frame FrameConverter::convert(const Frame &frame, Unit unit, const std::string &
 
 Frame to_unit(const Frame &source, Unit unit, std::size_t *clamped) {
     if (source.unit == unit) return source;
+    if (is_difference(source.unit) || is_difference(unit))
+        fail_usage(std::string("a frame of ") + unit_name(source.unit) + " cannot become " + unit_name(unit) +
+                   ": a temperature difference is no temperature");
     Frame out = frame_like(source, unit);
     const std::size_t n = source.pixels();
     const bool from_floats = is_float_unit(source.unit);
@@ -150,6 +156,10 @@ Frame to_unit(const Frame &source, Unit unit, std::size_t *clamped) {
         if (clamped != nullptr) *clamped = limited;
     }
     return out;
+}
+
+Frame shown_values(const Frame &frame) {
+    return is_difference(frame.unit) ? frame : to_unit(frame, Unit::kCelsius);
 }
 
 }  // namespace radimo::cli

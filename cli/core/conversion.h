@@ -2,7 +2,8 @@
 // temperatures through the camera (KT/BT correction at the frame's vtemp and
 // the NUC table), apparent temperatures become object temperatures through
 // the scene correction, and temperatures move between every temperature
-// unit (1/16 K, 1/100 K, 1/10 K, 1/1000 K, degC, K).
+// unit (1/16 K, 1/100 K, 1/10 K, 1/1000 K, degC, K). Temperature
+// differences (K) are kept as they are.
 #pragma once
 
 #include <cstddef>
@@ -51,7 +52,10 @@ private:
 // A temperature frame in another temperature unit: float results rounded
 // to float32, 16-bit ones to the nearest count and limited to 0..65535
 // (`clamped` counts the values that were). 1/16 K to degC is the library's
-// radimo_frame_to_celsius.
+// radimo_frame_to_celsius. A temperature difference stays one: it neither
+// becomes nor comes from a temperature (a usage error).
 Frame to_unit(const Frame &temperatures, Unit unit, std::size_t *clamped = nullptr);
+// What pictures show: a temperature frame in degC, a difference as it is (K).
+Frame shown_values(const Frame &frame);
 
 }  // namespace radimo::cli

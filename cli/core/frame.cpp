@@ -23,6 +23,7 @@ const char *celsius_rule(Unit unit) {
         case Unit::kKelvin:
             return "value - 273.15";
         case Unit::kNuc:
+        case Unit::kKelvinDifference:
             break;
     }
     return nullptr;
@@ -35,6 +36,7 @@ std::string frame_metadata(const Frame &frame) {
     j[kMetadataKey] = 1;
     j["unit"] = unit_name(frame.unit);
     if (const char *rule = celsius_rule(frame.unit)) j["celsius"] = rule;
+    if (is_difference(frame.unit)) j["difference"] = "value in K";
     if (frame.vtemp) j["vtemp"] = *frame.vtemp;
     return j.dump();
 }

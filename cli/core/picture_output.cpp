@@ -25,7 +25,8 @@ std::string palette_choices(const char *separator) {
 
 std::string celsius_label(const MeasuredFrame &frame, double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f \u00b0C", frame.scale.celsius(value));
+    std::snprintf(text, sizeof text, frame.scale.difference ? "%+.1f %s" : "%.1f %s",
+                  frame.scale.celsius(value), frame.scale.symbol());
     return text;
 }
 
@@ -106,6 +107,7 @@ Picture draw_picture(const PictureRequest &request, bool rgb) {
     drawing.colour_bar = request.colour_bar;
     drawing.outlines = request.outlines;
     drawing.histogram = request.histogram;
+    drawing.unit = m.scale.symbol();
     bool trimmed = false;
     for (const RegionResult &r : request.regions) {
         const Region &g = r.region;
@@ -134,7 +136,7 @@ Picture draw_picture(const PictureRequest &request, bool rgb) {
             {p.coldest.at.x, p.coldest.at.y, celsius_label(m, p.coldest.value), false});
     }
     // What the numbers are, under the user's caption.
-    std::string legend = "temperatures: " + request.unit;
+    std::string legend = (m.scale.difference ? "differences: " : "temperatures: ") + request.unit;
     if (trimmed) legend += "  \u00b7  marks: trimmed means";
     if (!request.outlines.empty()) legend += "  \u00b7  outlines: pixel means";
     if (request.crosshairs) legend += "  \u00b7  crosshairs: hottest/coldest pixel";

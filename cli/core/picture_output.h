@@ -15,7 +15,7 @@
 namespace radimo::cli {
 
 struct PictureRequest {
-    const Frame *celsius = nullptr;           // what is shown (degC, float)
+    const Frame *celsius = nullptr;           // what is shown (degC, or K of a difference; float)
     const MeasuredFrame *measured = nullptr;  // what is measured: the same temperatures in their own unit
     std::vector<RegionResult> regions;
     std::vector<OutlineMark> outlines;  // regions of any shape (outline_mark())
@@ -37,7 +37,7 @@ std::string palette_choices(const char *separator);
 // The outline of a region as the picture draws it: a polygon's edges, an ellipse, the border of a
 // rectangle's or a mask's pixels.
 OutlineMark outline_mark(const ShapeRegion &region, std::string label);
-// "65.2 °C": a value of the measured frame, to a tenth of a degree.
+// "65.2 °C" (a difference: "+1.3 K"): a value of the measured frame, to a tenth of a degree.
 std::string celsius_label(const MeasuredFrame &frame, double value);
 
 // Renders the picture (PNG bytes in memory; with rgb, its pixels instead of the PNG); a request the

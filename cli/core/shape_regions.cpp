@@ -272,6 +272,8 @@ radimo_region_object_stats_t object_statistics(const MeasuredFrame &f, const Sha
                                                int percent_count, double *percentiles) {
     if (camera == nullptr || camera->correct_table.empty())
         fail_usage(r.label + ": a region with a scene of its own needs --camera with a correction table");
+    if (f.scale.difference)
+        fail_usage(r.label + ": a region with a scene of its own measures temperatures, not a difference");
     env_correct_param_t scene = camera->scene;
     float *fields[5] = {&scene.dist, &scene.ems, &scene.hum, &scene.ta, &scene.tu};
     for (std::size_t i = 0; i < 5; ++i)
@@ -294,31 +296,14 @@ radimo_region_object_stats_t object_statistics(const MeasuredFrame &f, const Sha
     return o;
 }
 
-}  // namespace
-
-ShapeResult measure_shape(const MeasuredFrame &f, ShapeRegion &r, const CameraProfile *camera, int bins,
-                          bool details) {
-    ShapeResult out;
-    out.label = r.label;
-    out.scale = f.scale;
-    if (r.region.shape == RADIMO_REGION_MASK && (r.mask_width != f.width || r.mask_height != f.height))
-        fail_usage(r.label + ": the mask is " + std::to_string(r.mask_width) + "x" +
-                   std::to_string(r.mask_height) + ", the frame " + std::to_string(f.width) + "x" +
-                   std::to_string(f.height));
-    const radimo_region_t &g = r.record();
-    try {
-        out.stats.pixels = pixel_statistics(f, g);
-    } catch (const Error &e) {
-        fail_usage(r.label + " (" + r.shape_name() + " " + r.describe() + "): " + e.what());
-    }
-    if (details) out.stats.trimmed = trimmed_statistics(f, g);
-    std::vector<uint32_t> counts(details || bins > 0 ? 65536 : 0, 0);
-    if (!counts.empty())
-        check_library(radimo_region_counts(f.values.data(), f.resolution(), &g, RADIMO_SAMPLE_PIXEL, 0,
-                                           static_cast<uint32_t>(f.height), counts.data()),
-                      "radimo_region_counts");
+// Counts the region's pixels into `counts` and reads the percentiles and the histogram from them.
+void count_into(const MeasuredFrame &f, const radimo_region_t &g, int bins, bool full,
+                std::vector<uint32_t> &counts, ShapeResult &out) {
+    check_library(radimo_region_counts(f.values.data(), f.resolution(), &g, RADIMO_SAMPLE_PIXEL, 0,
+                                       static_cast<uint32_t>(f.height), counts.data()),
+                  "radimo_region_counts");
     const double percents[3] = {5, 50, 95};
-    for (std::size_t i = 0; i < (details ? 3u : 0u); ++i)
+    for (std::size_t i = full ? 0 : 1; i < (full ? 3u : 2u); ++i)
         check_library(radimo_counts_percentile(counts.data(), percents[i], &out.percentiles[i]),
                       "radimo_counts_percentile");
     if (bins > 0) {
@@ -332,8 +317,52 @@ ShapeResult measure_shape(const MeasuredFrame &f, ShapeRegion &r, const CameraPr
                                               static_cast<uint32_t>(bins), out.histogram.data()),
                       "radimo_counts_histogram");
     }
+}
+
+// The percentiles (P5, median and P95, or the median alone) and the histogram of `bins` bins of a
+// measured region's pixels, through the region's table of counts per value. The table comes back all
+// zero: only the values between the region's coldest and hottest pixel are cleared, the only ones
+// counted (the whole table when counting fails).
+void count_shape(const MeasuredFrame &f, ShapeRegion &r, const radimo_region_t &g, int bins, bool full,
+                 ShapeResult &out) {
+    std::vector<uint32_t> &counts = r.counts;
+    if (counts.size() != 65536) counts.assign(65536, 0);
+    try {
+        count_into(f, g, bins, full, counts, out);
+    } catch (...) {
+        counts.assign(65536, 0);
+        throw;
+    }
+    const auto counted = counts.begin() + out.stats.pixels.coldest.value;
+    std::fill(counted, counted + (out.stats.pixels.hottest.value - out.stats.pixels.coldest.value + 1), 0u);
+}
+
+}  // namespace
+
+ShapeResult measure_shape(const MeasuredFrame &f, ShapeRegion &r, const CameraProfile *camera, int bins,
+                          ShapeDetail detail) {
+    const bool full = detail == ShapeDetail::kFull;
+    ShapeResult out;
+    out.label = r.label;
+    out.scale = f.scale;
+    if (r.region.shape == RADIMO_REGION_MASK && (r.mask_width != f.width || r.mask_height != f.height))
+        fail_usage(r.label + ": the mask is " + std::to_string(r.mask_width) + "x" +
+                   std::to_string(r.mask_height) + ", the frame " + std::to_string(f.width) + "x" +
+                   std::to_string(f.height));
+    const radimo_region_t &g = r.record();
+    try {
+        out.stats.pixels = pixel_statistics(f, g);
+    } catch (const Error &e) {
+        fail_usage(r.label + " (" + r.shape_name() + " " + r.describe() + "): " + e.what());
+    }
+    if (full) out.stats.trimmed = trimmed_statistics(f, g);
+    if (detail != ShapeDetail::kPixels || bins > 0) count_shape(f, r, g, bins, full, out);
     if (r.has_scene())
-        out.object = object_statistics(f, r, g, camera, details ? 3 : 0, out.object_percentiles.data());
+        out.object = object_statistics(f, r, g, camera,
+                                       full                             ? 3
+                                       : detail == ShapeDetail::kMedian ? 2
+                                                                        : 0,
+                                       out.object_percentiles.data());
     return out;
 }
 
@@ -366,7 +395,7 @@ nlohmann::ordered_json shape_json(const MeasuredFrame &f, const ShapeRegion &g, 
     if (!m.histogram.empty()) {
         std::vector<double> edges;
         for (double e : m.histogram_edges) edges.push_back(std::round(f.scale.celsius(e) * 1e4) / 1e4);
-        j["histogram"] = {{"edges_celsius", edges}, {"pixels", m.histogram}};
+        j["histogram"] = {{f.scale.difference ? "edges_k" : "edges_celsius", edges}, {"pixels", m.histogram}};
     }
     if (m.object) {
         const radimo_region_object_stats_t &o = *m.object;
@@ -405,9 +434,9 @@ std::string shape_text(const MeasuredFrame &f, const ShapeResult &m, int indent)
     for (std::size_t i = 0; i < m.histogram.size(); ++i) {
         char line[128];
         const int digits = celsius_decimals(f);
-        std::snprintf(line, sizeof line, "%10.*f .. %10.*f \u00b0C  %llu px", digits,
+        std::snprintf(line, sizeof line, "%10.*f .. %10.*f %s  %llu px", digits,
                       f.scale.celsius(m.histogram_edges[i]), digits,
-                      f.scale.celsius(m.histogram_edges[i + 1]),
+                      f.scale.celsius(m.histogram_edges[i + 1]), f.scale.symbol(),
                       static_cast<unsigned long long>(m.histogram[i]));
         text += "\n" + pad + line;
     }

@@ -27,6 +27,9 @@ struct ShapeRegion {
     // Scene fields this region overrides (dist, ems, hum, ta, tu; NaN = the camera's).
     std::array<float, 5> scene{NAN, NAN, NAN, NAN, NAN};
     bool has_scene() const;
+    // measure_shape()'s table of counts per value, kept from frame to frame of a sequence (all zero
+    // between calls): each call clears only the values it counted.
+    std::vector<uint32_t> counts;
 
     // The library's record, pointing into this object's storage (valid while it lives unmoved).
     const radimo_region_t &record();
@@ -58,7 +61,7 @@ struct ShapeResult {
     std::string label;
     RegionStatistics stats;               // the pixels; the 3x3 trimmed means when measured with details
     ValueScale scale;                     // of the frame's values (to kelvin)
-    std::array<double, 3> percentiles{};  // P5, median, P95 of the pixels, frame values (with details)
+    std::array<double, 3> percentiles{};  // P5, median, P95 of the pixels, frame values (ShapeDetail)
     std::vector<uint64_t> histogram;      // with histogram_edges (frame values), when asked
     std::vector<double> histogram_edges;
     // Under the region's own scene: object temperatures (degC) and their P5, median, P95.
@@ -78,10 +81,15 @@ struct ShapeResult {
 // error naming it. `camera` gives the scene and correction table a region with a scene of its own is
 // corrected through (a usage error without them); such a region needs apparent temperatures, so the
 // frame must not be scene-corrected already. bins > 0 adds a histogram of that many equal bins
-// between the region's extremes. Without `details` only the pixel statistics (and the object
-// statistics) are measured: no 3x3 means, no percentiles (what a picture shows).
+// between the region's extremes. `detail` says what else is measured beside the pixel statistics (and
+// the object statistics).
+enum class ShapeDetail {
+    kPixels,  // nothing else: what a picture shows
+    kMedian,  // the median (of the object temperatures too): what a time series shows
+    kFull,    // the 3x3 trimmed means, P5, median and P95
+};
 ShapeResult measure_shape(const MeasuredFrame &frame, ShapeRegion &region, const CameraProfile *camera,
-                          int bins = 0, bool details = true);
+                          int bins = 0, ShapeDetail detail = ShapeDetail::kFull);
 
 // A measured region as a JSON record, as region_json() writes a rectangle's (label, kind, geometry,
 // unit and its source, "trimmed", "pixels" with "p5", "median", "p95"), with "histogram" and

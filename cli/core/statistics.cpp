@@ -78,6 +78,7 @@ double MeasuredFrame::in_unit(double value) const {
         case Unit::kCelsius:
             return scale.celsius(value);
         case Unit::kKelvin:
+        case Unit::kKelvinDifference:
             return scale.kelvin(value);
         default:
             return value;
@@ -99,7 +100,7 @@ ValueScale float_grid(double lo, double hi) {
 }
 
 MeasuredFrame measured_frame(const Frame &f) {
-    if (!is_temperature(f.unit)) fail_usage("raw NUC frames are measured through a camera (--camera DIR)");
+    if (f.unit == Unit::kNuc) fail_usage("raw NUC frames are measured through a camera (--camera DIR)");
     MeasuredFrame m;
     m.width = f.width;
     m.height = f.height;
@@ -118,6 +119,7 @@ MeasuredFrame measured_frame(const Frame &f) {
         hi = std::max(hi, k);
     }
     m.scale = float_grid(lo, hi);
+    m.scale.difference = is_difference(f.unit);
     m.values.resize(f.floats.size());
     for (std::size_t i = 0; i < f.floats.size(); ++i) {
         const double v = f.floats[i];
@@ -253,7 +255,9 @@ std::string celsius_text(const MeasuredFrame &frame, double value) {
     double c = frame.scale.celsius(value);
     const int decimals = celsius_decimals(frame);
     if (std::round(c * std::pow(10.0, decimals)) == 0) c = 0;  // never "-0.00"
-    std::snprintf(text, sizeof text, "%.*f \u00b0C", decimals, c);
+    // A difference carries its sign: "+1.25 K".
+    std::snprintf(text, sizeof text, frame.scale.difference ? "%+.*f %s" : "%.*f %s", decimals, c,
+                  frame.scale.symbol());
     return text;
 }
 
@@ -296,11 +300,13 @@ std::string region_text(const MeasuredFrame &f, const RegionResult &m, int inden
 }
 
 nlohmann::ordered_json reading_json(const MeasuredFrame &f, double value, const point_t *at) {
-    // A value in the frame's unit (counts are whole; grid values and means are not) and in degC.
+    // A value in the frame's unit (counts are whole; grid values and means are not) and in degC (a
+    // difference: in K, as "delta_k").
     const bool whole = !is_float_unit(f.unit) && value == std::floor(value);
     nlohmann::ordered_json j = {{"value", whole ? nlohmann::ordered_json(static_cast<uint64_t>(value))
                                                 : rounded(f.in_unit(value), 6)},
-                                {"celsius", rounded(f.scale.celsius(value), celsius_decimals(f) + 2)}};
+                                {f.scale.difference ? "delta_k" : "celsius",
+                                 rounded(f.scale.celsius(value), celsius_decimals(f) + 2)}};
     if (at != nullptr) {
         j["x"] = at->x;
         j["y"] = at->y;

@@ -24,16 +24,13 @@ std::vector<SeriesValue> series_values(const ShapeResult &r) {
     const PixelStatistics &p = r.stats.pixels;
     const point_t max_at = r.object ? r.object->max_point : p.hottest.at;
     const point_t min_at = r.object ? r.object->min_point : p.coldest.at;
-    return {{"max_c", r.max_celsius()},
-            {"max_x", static_cast<double>(max_at.x)},
-            {"max_y", static_cast<double>(max_at.y)},
-            {"min_c", r.min_celsius()},
-            {"min_x", static_cast<double>(min_at.x)},
-            {"min_y", static_cast<double>(min_at.y)},
-            {"mean_c", r.mean_celsius()},
-            {"sd_k", r.stddev_kelvin()},
-            {"median_c", r.median_celsius()},
-            {"pixels", static_cast<double>(p.count)}};
+    // Temperatures in degC ("_c"), a difference in K ("_k").
+    const bool k = r.scale.difference;
+    return {{k ? "max_k" : "max_c", r.max_celsius()},          {"max_x", static_cast<double>(max_at.x)},
+            {"max_y", static_cast<double>(max_at.y)},          {k ? "min_k" : "min_c", r.min_celsius()},
+            {"min_x", static_cast<double>(min_at.x)},          {"min_y", static_cast<double>(min_at.y)},
+            {k ? "mean_k" : "mean_c", r.mean_celsius()},       {"sd_k", r.stddev_kelvin()},
+            {k ? "median_k" : "median_c", r.median_celsius()}, {"pixels", static_cast<double>(p.count)}};
 }
 
 nlohmann::ordered_json series_json(const std::vector<SeriesRow> &rows) {
@@ -97,12 +94,12 @@ void print_series_summary(const std::vector<SeriesRow> &rows) {
             if (r.mean_celsius() >= mean_hi.value) mean_hi = {r.mean_celsius(), row.frame};
             if (r.mean_celsius() <= mean_lo.value) mean_lo = {r.mean_celsius(), row.frame};
         }
+        const char *symbol = rows[0].regions[k].scale.symbol();
         std::printf(
-            "  %-8s max %7.2f \u00b0C (frame %zu)  min %7.2f \u00b0C (frame %zu)  mean %7.2f .. %7.2f "
-            "\u00b0C "
+            "  %-8s max %7.2f %s (frame %zu)  min %7.2f %s (frame %zu)  mean %7.2f .. %7.2f %s "
             "(frames %zu, %zu)\n",
-            rows[0].regions[k].label.c_str(), hottest.value, hottest.frame, coldest.value, coldest.frame,
-            mean_lo.value, mean_hi.value, mean_lo.frame, mean_hi.frame);
+            rows[0].regions[k].label.c_str(), hottest.value, symbol, hottest.frame, coldest.value, symbol,
+            coldest.frame, mean_lo.value, mean_hi.value, symbol, mean_lo.frame, mean_hi.frame);
     }
 }
 
@@ -111,9 +108,11 @@ void write_series_chart(const std::string &path, const std::vector<SeriesRow> &r
     ChartSpec spec;
     spec.title = title;
     spec.x_label = !rows.empty() && rows[0].time ? "time (s)" : "frame";
-    spec.y_label = "temperature (\u00b0C)";
-    for (const SeriesRow &row : rows) spec.x.push_back(row.time ? *row.time : static_cast<double>(row.frame));
     if (rows.empty()) fail_usage("--plot: no frame to draw");
+    const bool difference = !rows[0].regions.empty() && rows[0].regions[0].scale.difference;
+    spec.y_label = difference ? "\u0394T (K)" : "temperature (\u00b0C)";
+    spec.whole_x = !rows[0].time;
+    for (const SeriesRow &row : rows) spec.x.push_back(row.time ? *row.time : static_cast<double>(row.frame));
     const char *names[3] = {"max", "mean", "min"};
     for (std::size_t k = 0; k < rows[0].regions.size(); ++k) {
         for (int s = 0; s < 3; ++s) {

@@ -16,9 +16,14 @@ struct UnitFacts {
     int counts_per_kelvin;
 };
 constexpr UnitFacts kUnitFacts[] = {
-    {"nuc", "NUC count", 0},      {"kelvin16", "1/16 K", 16},        {"centikelvin", "1/100 K", 100},
-    {"decikelvin", "1/10 K", 10}, {"millikelvin", "1/1000 K", 1000}, {"celsius", "\u00b0C", 0},
+    {"nuc", "NUC count", 0},
+    {"kelvin16", "1/16 K", 16},
+    {"centikelvin", "1/100 K", 100},
+    {"decikelvin", "1/10 K", 10},
+    {"millikelvin", "1/1000 K", 1000},
+    {"celsius", "\u00b0C", 0},
     {"kelvin", "K", 0},
+    {"kelvin-difference", "\u0394T in K", 0},
 };
 static_assert(std::size(kUnitFacts) == std::size(kUnits));
 
@@ -69,11 +74,19 @@ const char *unit_symbol(Unit unit) {
 }
 
 bool is_float_unit(Unit unit) {
-    return unit == Unit::kCelsius || unit == Unit::kKelvin;
+    return unit == Unit::kCelsius || unit == Unit::kKelvin || unit == Unit::kKelvinDifference;
 }
 
 bool is_temperature(Unit unit) {
-    return unit != Unit::kNuc;
+    return unit != Unit::kNuc && unit != Unit::kKelvinDifference;
+}
+
+bool is_difference(Unit unit) {
+    return unit == Unit::kKelvinDifference;
+}
+
+const char *shown_symbol(Unit unit) {
+    return is_difference(unit) ? "K" : "\u00b0C";
 }
 
 int counts_per_kelvin(Unit unit) {
@@ -102,6 +115,7 @@ double kelvin_of(Unit unit, double value) {
         case Unit::kCelsius:
             return value + kKelvinOffset;
         case Unit::kKelvin:
+        case Unit::kKelvinDifference:
             return value;
         default:
             return scale_of(unit).kelvin(value);
@@ -109,7 +123,7 @@ double kelvin_of(Unit unit, double value) {
 }
 
 double celsius_of(Unit unit, double value) {
-    if (unit == Unit::kCelsius) return value;
+    if (unit == Unit::kCelsius || unit == Unit::kKelvinDifference) return value;
     return kelvin_of(unit, value) - kKelvinOffset;
 }
 

@@ -4,7 +4,8 @@
 // 16-bit temperature units count fractions of a kelvin from absolute zero
 // (1/16 K is the library's own unit: the NUC tables and its frames); float
 // units hold degC or K. Raw NUC values are the sensor's response and become
-// temperatures only through a camera's tables.
+// temperatures only through a camera's tables. A temperature difference
+// (a frame minus another) is a unit of its own: K, never offset by 273.15.
 #pragma once
 
 #include <cstdint>
@@ -15,27 +16,33 @@
 namespace radimo::cli {
 
 enum class Unit {
-    kNuc,          // raw 14-bit sensor response (NUC value), u16
-    kKelvin16,     // 1/16 K, u16: degC = v / 16 - 273.15 (the library's unit)
-    kCentikelvin,  // 1/100 K, u16
-    kDecikelvin,   // 1/10 K, u16
-    kMillikelvin,  // 1/1000 K, u16 (so at most 65.535 K)
-    kCelsius,      // degC, float32
-    kKelvin,       // K, float32
+    kNuc,               // raw 14-bit sensor response (NUC value), u16
+    kKelvin16,          // 1/16 K, u16: degC = v / 16 - 273.15 (the library's unit)
+    kCentikelvin,       // 1/100 K, u16
+    kDecikelvin,        // 1/10 K, u16
+    kMillikelvin,       // 1/1000 K, u16 (so at most 65.535 K)
+    kCelsius,           // degC, float32
+    kKelvin,            // K, float32
+    kKelvinDifference,  // a temperature difference (\u0394T) in K, float32
 };
-inline constexpr Unit kUnits[] = {Unit::kNuc,         Unit::kKelvin16, Unit::kCentikelvin, Unit::kDecikelvin,
-                                  Unit::kMillikelvin, Unit::kCelsius,  Unit::kKelvin};
+inline constexpr Unit kUnits[] = {Unit::kNuc,        Unit::kKelvin16,        Unit::kCentikelvin,
+                                  Unit::kDecikelvin, Unit::kMillikelvin,     Unit::kCelsius,
+                                  Unit::kKelvin,     Unit::kKelvinDifference};
 
 // "centikelvin", the name given to --unit and --to and stored in files.
 const char *unit_name(Unit unit);
 std::optional<Unit> unit_from_name(std::string_view name);
 // Every name (or every temperature unit's), separated by `separator` ("nuc, kelvin16, ...").
 std::string unit_names(std::string_view separator = ", ", bool temperatures_only = false);
-// What one count stands for: "NUC count", "1/16 K", "1/100 K", "1/10 K", "1/1000 K", "\u00b0C", "K".
+// What one count stands for: "NUC count", "1/16 K", "1/100 K", "1/10 K", "1/1000 K", "\u00b0C", "K",
+// "\u0394T in K".
 const char *unit_symbol(Unit unit);
 
-bool is_float_unit(Unit unit);   // kCelsius, kKelvin: float32 samples
-bool is_temperature(Unit unit);  // every unit but kNuc
+bool is_float_unit(Unit unit);   // kCelsius, kKelvin, kKelvinDifference: float32 samples
+bool is_temperature(Unit unit);  // every unit but kNuc and kKelvinDifference
+bool is_difference(Unit unit);   // kKelvinDifference
+// What the tool shows values of a unit in: "K" for a difference, else "\u00b0C".
+const char *shown_symbol(Unit unit);
 // Counts per kelvin of a 16-bit temperature unit: 16, 100, 10, 1000 (0 for the others).
 int counts_per_kelvin(Unit unit);
 
@@ -56,23 +63,33 @@ std::string describe_unit(Unit unit, UnitSource source);
 inline constexpr double kKelvinOffset = 273.15;
 
 // What a 16-bit measured value stands for: kelvin = (offset + value) / per_kelvin.
+// The tool shows it in degC (celsius()), or, for a temperature difference,
+// as the same number of K (`difference`: no 273.15 is taken off).
 // The 16-bit units are their own scale (offset 0, their counts per kelvin);
 // float frames are measured on a grid of their own (statistics.h), whose
 // offset is a whole number of counts. Counts per kelvin rather than a step,
 // so 1/100 K divides by exactly 100.
 struct ValueScale {
-    double per_kelvin = 16;  // counts per kelvin
-    double offset = 0;       // counts from absolute zero to value 0
+    double per_kelvin = 16;   // counts per kelvin
+    double offset = 0;        // counts from absolute zero (or from no difference) to value 0
+    bool difference = false;  // values of a temperature difference
     double kelvin(double value) const { return (offset + value) / per_kelvin; }
-    double celsius(double value) const { return kelvin(value) - kKelvinOffset; }
-    // The (unrounded, unlimited) value that stands for a temperature.
-    double value_of_celsius(double celsius) const { return (celsius + kKelvinOffset) * per_kelvin - offset; }
+    // The value as shown: degC, or K of a difference.
+    double celsius(double value) const { return kelvin(value) - zero(); }
+    // The (unrounded, unlimited) value that stands for a shown temperature (or difference).
+    double value_of_celsius(double celsius) const { return (celsius + zero()) * per_kelvin - offset; }
+    // "\u00b0C", or "K" for a difference.
+    const char *symbol() const { return difference ? "K" : "\u00b0C"; }
+
+private:
+    double zero() const { return difference ? 0.0 : kKelvinOffset; }
 };
 // The scale of a 16-bit temperature unit.
 ValueScale scale_of(Unit unit);
 
 // Single values. celsius_of() and kelvin_of() take a sample in any
-// temperature unit (a count of a 16-bit unit or a float value).
+// temperature unit (a count of a 16-bit unit or a float value); a
+// difference is the same number in both (1 K of difference is 1 degC).
 double kelvin_of(Unit unit, double value);
 double celsius_of(Unit unit, double value);
 // The count of the 16-bit temperature unit `to` nearest a temperature given

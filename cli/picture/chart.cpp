@@ -26,6 +26,19 @@ std::pair<double, double> y_range(const ChartSpec &spec) {
     return {lo - pad, hi + pad};
 }
 
+// Ticks along x: no more tick intervals than intervals between the samples (at least 2, at most
+// 10), so a short sequence is not labelled between its frames; whole numbers for frame numbers.
+Ticks x_ticks(const ChartSpec &spec, double x0, double x1) {
+    const int intervals = static_cast<int>(std::clamp<std::size_t>(spec.x.size(), 3, 11) - 1);
+    Ticks ticks = round_ticks(x0, x1, intervals);
+    if (spec.whole_x && ticks.step < 1) {
+        ticks.step = 1;
+        ticks.values.clear();
+        for (double v = std::ceil(x0); v <= std::floor(x1); ++v) ticks.values.push_back(v);
+    }
+    return ticks;
+}
+
 }  // namespace
 
 std::vector<unsigned char> render_chart(const ChartSpec &spec) {
@@ -52,7 +65,7 @@ std::vector<unsigned char> render_chart(const ChartSpec &spec) {
 
     // Grid and ticks.
     cairo_set_line_width(cr, 1);
-    const Ticks yt = round_ticks(y0, y1, 8), xt = round_ticks(x0, x1, 10);
+    const Ticks yt = round_ticks(y0, y1, 8), xt = x_ticks(spec, x0, x1);
     set_font(cr, 11.5);
     for (double v : yt.values) {
         const double y = std::round(py(v)) + 0.5;

@@ -1,6 +1,6 @@
 // A chart of temperatures through time: each series a line against time, with labelled axes
-// (time in s or frame number, temperature in degC) and a legend, rendered with Cairo into PNG
-// bytes in memory.
+// (time in s or frame number, temperature in degC or a difference in K) and a legend, rendered
+// with Cairo into PNG bytes in memory.
 #pragma once
 
 #include <string>
@@ -18,7 +18,8 @@ struct ChartSeries {
 struct ChartSpec {
     std::vector<double> x;  // seconds or frame numbers, ascending
     std::string x_label;    // "time (s)" or "frame"
-    std::string y_label;    // "temperature (°C)"
+    bool whole_x = false;   // x counts frames: its ticks fall on whole numbers
+    std::string y_label;    // "temperature (°C)" or "ΔT (K)"
     std::string title;
     std::vector<ChartSeries> series;
     int width = 1000, height = 560;

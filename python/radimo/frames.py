@@ -7,7 +7,9 @@
 
 Units (the radimo tool's names): ``nuc`` (raw sensor counts: temperatures need a Camera),
 ``kelvin16`` (1/16 K, the library's unit), ``centikelvin`` (1/100 K), ``decikelvin`` (1/10 K),
-``millikelvin`` (1/1000 K) for uint16 samples; ``celsius`` and ``kelvin`` for float32 samples.
+``millikelvin`` (1/1000 K) for uint16 samples; ``celsius`` and ``kelvin`` for float32 samples;
+``kelvin-difference`` (float32) for a temperature difference in K (what ``radimo diff`` writes), which
+is never offset by 273.15 and never converted to or from a temperature.
 
 read_frame reads what the radimo tool writes (TIFF, PNG and PGM with the unit they declare) and
 raw dumps. The unit is what the file declares, else the one given, else assumed (kelvin16 for
@@ -29,8 +31,9 @@ KELVIN_OFFSET = 273.15
 COUNTS_PER_KELVIN = {"kelvin16": 16, "centikelvin": 100, "decikelvin": 10, "millikelvin": 1000}
 #: Every unit and what one count (or value) stands for.
 UNITS = {"nuc": "NUC count", "kelvin16": "1/16 K", "centikelvin": "1/100 K", "decikelvin": "1/10 K",
-         "millikelvin": "1/1000 K", "celsius": "degC", "kelvin": "K"}
-FLOAT_UNITS = ("celsius", "kelvin")
+         "millikelvin": "1/1000 K", "celsius": "degC", "kelvin": "K", "kelvin-difference": "K (a difference)"}
+FLOAT_UNITS = ("celsius", "kelvin", "kelvin-difference")
+DIFFERENCE = "kelvin-difference"
 #: Where a frame's unit came from.
 UNIT_SOURCES = ("file", "argument", "assumed")
 
@@ -55,11 +58,11 @@ def is_float_unit(unit):
 
 
 def kelvin_of(unit, values):
-    """Temperatures in K (float64) of samples in a temperature unit."""
+    """Temperatures in K (float64) of samples in a temperature unit (a difference: its K)."""
     values = np.asarray(values, dtype=np.float64)
     if unit == "celsius":
         return values + KELVIN_OFFSET
-    if unit == "kelvin":
+    if unit in ("kelvin", DIFFERENCE):
         return values
     if unit not in COUNTS_PER_KELVIN:
         raise ValueError(f"{unit} values are not temperatures (raw NUC counts need a Camera)")
@@ -67,8 +70,8 @@ def kelvin_of(unit, values):
 
 
 def celsius_of(unit, values):
-    """Temperatures in degC (float64) of samples in a temperature unit."""
-    if unit == "celsius":
+    """Temperatures in degC (float64) of samples in a temperature unit (a difference: the same K)."""
+    if unit in ("celsius", DIFFERENCE):
         return np.asarray(values, dtype=np.float64)
     return kelvin_of(unit, values) - KELVIN_OFFSET
 
@@ -81,6 +84,8 @@ def to_unit(values, unit, to):
     values = np.asarray(values)
     if to == unit:
         return values.copy()
+    if DIFFERENCE in (unit, to):
+        raise ValueError(f"{unit} values cannot become {to}: a temperature difference is no temperature")
     if unit == "kelvin16" and to == "celsius":
         scaled = values.astype(np.float32) * np.float32(0.0625)
         return (scaled.astype(np.float64) - KELVIN_OFFSET).astype(np.float32)
@@ -315,13 +320,13 @@ def check_frame(frame, byte_order="little"):
         warnings.warn(f"{name}: every value lies within 0..255: 8-bit display data (automatic gain control), "
                       f"not temperatures? Such data holds no temperature", InputWarning, stacklevel=3)
         return
-    if frame.unit != "nuc":
+    if frame.unit not in ("nuc", DIFFERENCE):
         c_lo, c_hi = float(celsius_of(frame.unit, lo)), float(celsius_of(frame.unit, hi))
         absurd = c_lo < PLAUSIBLE[0] or c_hi > PLAUSIBLE[1]
         everyday = EVERYDAY[0] <= c_lo and c_hi <= EVERYDAY[1]
         if absurd or (frame.unit_source == "assumed" and not everyday):
             others = [f"as {u} they read {_span(float(celsius_of(u, lo)), float(celsius_of(u, hi)))}"
-                      for u in UNITS if u not in ("nuc", frame.unit) and is_float_unit(u) == floats
+                      for u in UNITS if u not in ("nuc", DIFFERENCE, frame.unit) and is_float_unit(u) == floats
                       and EVERYDAY[0] <= float(celsius_of(u, lo)) and float(celsius_of(u, hi)) <= EVERYDAY[1]]
             if absurd or others:
                 warnings.warn(f"{name}: read as {frame.unit} ({UNITS[frame.unit]}, {frame.unit_source}) the values "

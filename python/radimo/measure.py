@@ -25,14 +25,15 @@ import numpy as np
 from . import _records as R
 from ._arrays import buffer, check_integer, check_real
 from ._lib import call, lib
-from .frames import COUNTS_PER_KELVIN, KELVIN_OFFSET, Frame, check_unit, is_float_unit
+from .frames import COUNTS_PER_KELVIN, DIFFERENCE, KELVIN_OFFSET, Frame, check_unit, is_float_unit
 
 MAX_MEASURED_SIDE = 32767  # the library's neighbourhoods read each half of the resolution as signed 16 bits
 
 
 @dataclass(frozen=True)
 class _Scale:
-    """kelvin = (offset + value) / per_kelvin: the meaning of a measured 16-bit value."""
+    """kelvin = (offset + value) / per_kelvin: the meaning of a measured 16-bit value. Shown in degC, a
+    temperature difference in K (no 273.15 taken off)."""
     unit: str
     per_kelvin: float = 16.0
     offset: float = 0.0
@@ -40,18 +41,22 @@ class _Scale:
     def celsius(self, value):
         if self.unit == "nuc":
             raise ValueError("raw NUC values are not temperatures: convert the frame with a Camera first")
-        return (self.offset + value) / self.per_kelvin - KELVIN_OFFSET
+        return (self.offset + value) / self.per_kelvin - self._zero
 
     def in_unit(self, value):
         """A measured value in the frame's own unit (a count, or degC / K of a float frame)."""
         if self.unit == "celsius":
             return self.celsius(value)
-        if self.unit == "kelvin":
+        if self.unit in ("kelvin", DIFFERENCE):
             return (self.offset + value) / self.per_kelvin
         return value
 
     def value_of_celsius(self, celsius):
-        return (celsius + KELVIN_OFFSET) * self.per_kelvin - self.offset
+        return (celsius + self._zero) * self.per_kelvin - self.offset
+
+    @property
+    def _zero(self):
+        return 0.0 if self.unit == DIFFERENCE else KELVIN_OFFSET
 
 
 def float_grid(lo_kelvin, hi_kelvin):

@@ -28,7 +28,7 @@ from . import _records as R
 from ._arrays import buffer, check_real
 from ._lib import call
 from .correction import Scene, correction_table_array, correction_table_words
-from .frames import Frame
+from .frames import DIFFERENCE, Frame
 from .measure import _measured
 
 RECT, ELLIPSE, POLYGON, MASK = 1, 2, 3, 4
@@ -324,7 +324,7 @@ def region_stats(frame, region, percentiles=(5, 50, 95), bins=None, above=None, 
     return RegionStats(region.name, s.count, to_unit(s.max), to_unit(s.min), (s.max_point.x, s.max_point.y),
                        (s.min_point.x, s.min_point.y), to_unit(s.mean),
                        s.stddev / scale.per_kelvin if celsius else s.stddev, values, histogram,
-                       hot, cold, False, "degC" if celsius else "frame units")
+                       hot, cold, False, ("K" if scale.unit == DIFFERENCE else "degC") if celsius else "frame units")
 
 
 def _edges(bins, lo, hi):

@@ -94,7 +94,7 @@ TEST_F(RegionsAndTime, TimeSeriesEqualsPerFrameMeasurementsAndIsCharted) {
     EXPECT_EQ(header.rfind("frame,unit,unit_source,frame.max_c,frame.max_x", 0), 0u) << header;
 }
 
-TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZero) {
+TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZeroAndReadsBackAsADifference) {
     write_frames("seq.tiff", kelvin16_frames(3, 20, 16));
     ASSERT_EQ(radimo("diff seq.tiff seq.tiff -o zero.tiff").exit_code, 0);
     auto reader = open_frame_file(path("zero.tiff"), std::nullopt);
@@ -109,6 +109,26 @@ TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZero) {
     EXPECT_GT(j["frames"][1]["max"]["kelvin"].get<double>(), 0.0);
     EXPECT_GT(fs::file_size(path("d.png")), 1000u);
     EXPECT_EQ(radimo("diff seq.tiff").exit_code, 2);
+
+    // The difference file reads back as the same numbers, in K, never offset by 273.15.
+    const RunResult back = radimo("measure d.tiff --json");
+    ASSERT_EQ(back.exit_code, 0) << back.err;
+    const json f1 = json::parse(back.out)["frames"][1];
+    EXPECT_EQ(f1["unit"], "kelvin-difference");
+    for (const char *end : {"max", "min"}) {
+        const json &pixel =
+            f1["measurements"][0]["pixels"][end == std::string("max") ? "hottest" : "coldest"];
+        EXPECT_NEAR(pixel["delta_k"].get<double>(), j["frames"][1][end]["kelvin"].get<double>(), 1e-3);
+        EXPECT_EQ(pixel["x"], j["frames"][1][end]["x"]);
+    }
+    const RunResult text = radimo("measure d.tiff --point 3,3 --rect 1,1,5,5");
+    EXPECT_THAT(text.out, HasSubstr("kelvin-difference (\u0394T in K, declared by the file)"));
+    EXPECT_THAT(text.out, ::testing::Not(HasSubstr("\u00b0C")));
+    EXPECT_THAT(text.out, HasSubstr("\u0394T R1 - P1"));
+    const RunResult shown = radimo("render d.tiff -o back.png --frame 1");
+    ASSERT_EQ(shown.exit_code, 0) << shown.err;
+    EXPECT_THAT(shown.out, HasSubstr(" K; differences: kelvin-difference"));
+    EXPECT_EQ(radimo("convert d.tiff --to celsius -o c.tiff").exit_code, 2);
 }
 
 TEST_F(RegionsAndTime, SequencesRenderAsVideosAndFrames) {

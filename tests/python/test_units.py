@@ -126,3 +126,21 @@ def test_cameras_wider_than_the_whole_frame_functions_take(demo, tmp_path):
          "-q")
     assert camera.to_celsius(raw).tobytes() == radimo.read_frame(tmp_path / "w.tiff").values.tobytes()
     assert np.array_equal(camera.to_kelvin16(raw), camera.ktbt.temperature(camera.nuc_table, raw, camera.vtemp))
+
+
+def test_a_difference_file_reads_back_as_kelvin_never_offset(tmp_path):
+    warm = room("celsius")
+    room("celsius").tofile(tmp_path / "a.raw")
+    (warm - 2.5).tofile(tmp_path / "b.raw")
+    for name in ("a", "b"):
+        tool("convert", tmp_path / f"{name}.raw", "--size", "40x30", "--unit", "celsius", "--to", "celsius", "-o",
+             tmp_path / f"{name}.tiff", "-q")
+    tool("diff", tmp_path / "a.tiff", tmp_path / "b.tiff", "-o", tmp_path / "d.tiff")
+    delta = radimo.read_frame(tmp_path / "d.tiff")
+    assert (delta.unit, delta.unit_source) == ("kelvin-difference", "file")
+    assert np.array_equal(delta.values, warm - (warm - 2.5))
+    with pytest.raises(ValueError, match="no temperature"):
+        delta.celsius()
+    s = radimo.region_stats(delta, radimo.Region.rect(0, 0, 40, 30), unit=None)
+    assert (s.unit, s.max, s.min) == ("K", pytest.approx(2.5, abs=1e-3), pytest.approx(2.5, abs=1e-3))
+    assert radimo.measure_rect(delta, (0, 0), (40, 30)).mean_celsius == pytest.approx(2.5, abs=1e-3)
