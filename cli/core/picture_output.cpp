@@ -128,8 +128,11 @@ Picture draw_picture(const PictureRequest &request, bool rgb) {
         }
     }
     if (request.crosshairs) {
-        const Region whole{Region::Kind::kRect, {0, 0}, {c.width, c.height}, "frame"};
-        const PixelStatistics p = region_statistics(m, whole).pixels;
+        // The pixels alone: the frame's 3x3 trimmed means are not shown.
+        radimo_region_t whole{};
+        whole.shape = RADIMO_REGION_RECT;
+        whole.size = {c.width, c.height};
+        const PixelStatistics p = pixel_statistics(m, whole);
         drawing.crosshairs.push_back(
             {p.hottest.at.x, p.hottest.at.y, celsius_label(m, p.hottest.value), true});
         drawing.crosshairs.push_back(
