@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Compares the library's exported dynamic symbols with the documented API.
-#   check_exports.sh <library> <symbols dir> <public header>
+#   check_exports.sh <library> <symbols dir> <public header> [nm of the library's target]
 # The symbols dir holds one list per subsystem, one symbol per line. The lists,
 # the exports and the header's RADIMO_API declarations must all agree.
 set -euo pipefail
-lib=$1 dir=$2 header=$3
+lib=$1 dir=$2 header=$3 nm=${4:-nm}
 
 expected=$(cat "$dir"/*.txt | sed 's/#.*//; s/[[:space:]]//g' | grep -v '^$' | sort)
 # Sanitizer builds add their own instrumentation symbols; they are not API.
@@ -13,10 +13,10 @@ expected=$(cat "$dir"/*.txt | sed 's/#.*//; s/[[:space:]]//g' | grep -v '^$' | s
 # function-type typeinfo for -fsanitize=function; neither is API, and both
 # are ignored only in a library linked against a sanitizer runtime.
 instrumented='^(_init|_fini|__odr_asan.*|__asan_.*|__ubsan_.*|__sanitizer_.*|__tsan_.*)$'
-if nm -D --undefined-only "$lib" | grep -qE ' (__asan_init|__tsan_init|__ubsan_handle_[a-z_]+)$'; then
+if "$nm" -D --undefined-only "$lib" | grep -qE ' (__asan_init|__tsan_init|__ubsan_handle_[a-z_]+)$'; then
     instrumented='^(_init|_fini|__odr_asan.*|__asan_.*|__ubsan_.*|__sanitizer_.*|__tsan_.*|_ZSt.*|_ZT[IS]F.*)$'
 fi
-actual=$(nm -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | grep -vE "$instrumented" | sort -u)
+actual=$("$nm" -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | grep -vE "$instrumented" | sort -u)
 
 status=0
 if [ "$(printf '%s\n' "$expected" | uniq -d)" != "" ]; then
