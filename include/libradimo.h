@@ -912,14 +912,16 @@ RADIMO_API extern double ems_correct_table_v2[8100];        /**< [ti * 100 + ei]
  * checks named with each function. Float inputs are validated: NaN,
  * infinities and out-of-range values are refused.
  *
- * The kernels use the widest instruction set the CPU offers (AVX2, else the
- * x86-64 baseline SSE2), chosen once per process. The environment variable
- * RADIMO_SIMD=scalar|sse2|avx2, read at that moment, forces a narrower target
- * (a target the CPU lacks, or an unknown name, is ignored). Every target
- * gives the same results.
+ * The kernels use the widest instruction set this build and the CPU offer,
+ * chosen once per process: on x86-64 AVX2, else the baseline SSE2; on 64-bit
+ * ARM NEON; on 32-bit ARM NEON when the CPU reports it; scalar kernels on
+ * every other processor. The environment variable
+ * RADIMO_SIMD=scalar|sse2|avx2|neon, read at that moment, forces another
+ * target (a target the build or the CPU lacks, or an unknown name, is
+ * ignored). Every target gives the same results.
  */
 
-/** The kernel target in use: "scalar", "sse2" or "avx2". */
+/** The kernel target in use: "scalar", "sse2", "avx2" or "neon". */
 RADIMO_API const char *radimo_simd_target(void);
 
 /** temp = the 1/16 K temperature of each raw NUC value: the KT/BT correction of ktbt_param (its index from

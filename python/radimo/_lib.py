@@ -65,6 +65,9 @@ def _load():
 
 
 lib = _load()
+if not hasattr(lib, "radimo_log_sink_add"):
+    raise ImportError(f"{lib._name} has no radimo_log_sink_add: it is older than this binding; use the "
+                      "libradimo.so built from the same checkout")
 
 # ---- Result-code names and error lines -------------------------------------------------------
 

@@ -1,5 +1,7 @@
 // Rows of trimmed means on ARM with NEON (64-bit ARM, and 32-bit ARM where
 // the CPU has it): eight means per step, with the x86 kernels' arithmetic.
+#include <cstddef>
+
 #include <arm_neon.h>
 
 #include "core/simd_target.h"
@@ -21,14 +23,14 @@ RADIMO_TARGET_NEON inline uint16x8_t quotients(uint32x4_t kept_lo, uint32x4_t ke
 
 // Eight trimmed means from kSamples vectors of samples, the k-th at p[k]:
 // (sum - min - max + bias) * f per lane, truncated.
-template <int kSamples>
+template <std::size_t kSamples>
 RADIMO_TARGET_NEON inline uint16x8_t trimmed8(const uint16_t *const (&p)[kSamples], uint32_t bias, float f) {
     uint16x8_t v = vld1q_u16(p[0]);
     uint16x8_t lo = v;
     uint16x8_t hi = v;
     uint32x4_t sum_lo = vmovl_u16(vget_low_u16(v));
     uint32x4_t sum_hi = vmovl_u16(vget_high_u16(v));
-    for (int k = 1; k < kSamples; ++k) {
+    for (std::size_t k = 1; k < kSamples; ++k) {
         v = vld1q_u16(p[k]);
         lo = vminq_u16(lo, v);
         hi = vmaxq_u16(hi, v);
@@ -75,25 +77,15 @@ RADIMO_TARGET_NEON void row5_neon(const uint16_t *p, uint32_t n, uint16_t *out) 
     if (i < n) row5_means8(p + n - 8, out + n - 8);  // overlapping tail
 }
 
-// Horizontal maximum, minimum and "any lane set" of eight lanes.
-RADIMO_TARGET_NEON inline uint16_t max_lane(uint16x8_t v) {
+// Horizontal maximum (kMax) or minimum of eight lanes, and "any lane set".
+template <bool kMax>
+RADIMO_TARGET_NEON inline uint16_t extreme_lane(uint16x8_t v) {
 #if defined(__aarch64__)
-    return vmaxvq_u16(v);
+    return kMax ? vmaxvq_u16(v) : vminvq_u16(v);
 #else
-    uint16x4_t m = vpmax_u16(vget_low_u16(v), vget_high_u16(v));
-    m = vpmax_u16(m, m);
-    m = vpmax_u16(m, m);
-    return vget_lane_u16(m, 0);
-#endif
-}
-
-RADIMO_TARGET_NEON inline uint16_t min_lane(uint16x8_t v) {
-#if defined(__aarch64__)
-    return vminvq_u16(v);
-#else
-    uint16x4_t m = vpmin_u16(vget_low_u16(v), vget_high_u16(v));
-    m = vpmin_u16(m, m);
-    m = vpmin_u16(m, m);
+    uint16x4_t m =
+        kMax ? vpmax_u16(vget_low_u16(v), vget_high_u16(v)) : vpmin_u16(vget_low_u16(v), vget_high_u16(v));
+    for (int step = 0; step < 2; ++step) m = kMax ? vpmax_u16(m, m) : vpmin_u16(m, m);
     return vget_lane_u16(m, 0);
 #endif
 }
@@ -127,8 +119,8 @@ RADIMO_TARGET_NEON ChunkStats reduce_neon(const uint16_t *v, uint32_t n) {
         lo8 = vminq_u16(lo8, x);
         sum4 = vpadalq_u16(sum4, x);
     }
-    uint16_t hi = max_lane(hi8);
-    uint16_t lo = min_lane(lo8);
+    uint16_t hi = extreme_lane<true>(hi8);
+    uint16_t lo = extreme_lane<false>(lo8);
     uint32_t sum =
         vgetq_lane_u32(sum4, 0) + vgetq_lane_u32(sum4, 1) + vgetq_lane_u32(sum4, 2) + vgetq_lane_u32(sum4, 3);
     for (; i < n; ++i) {
