@@ -56,11 +56,15 @@ Extremes extremes_of(const uint16_t *table, uint32_t len) {
 
 // The opening lines of both lookups, under the caller's name; gives the
 // search target, moved inside the table's extremes.
+// Recalibration runs it in every step: while logging is off, one test
+// passes over the three lines.
 float search_target(const char *caller, const uint16_t *table, const Extremes &extremes, float temp) {
-    RADIMO_DEBUG_FOR(caller, "NUC_MAX=%d,NUC_MIN=%d\n", extremes.max, extremes.min);
-    RADIMO_DEBUG_FOR(caller, "nuc_table[0]=%d\n", table[0]);
     const float target = target_of(temp);
-    RADIMO_DEBUG_FOR(caller, "target_temp=%f\n", static_cast<double>(target));
+    if (radimo::log::debug_wanted()) {
+        RADIMO_DEBUG_FOR(caller, "NUC_MAX=%d,NUC_MIN=%d\n", extremes.max, extremes.min);
+        RADIMO_DEBUG_FOR(caller, "nuc_table[0]=%d\n", table[0]);
+        RADIMO_DEBUG_FOR(caller, "target_temp=%f\n", static_cast<double>(target));
+    }
     return clamp_target(target, extremes.max, extremes.min);
 }
 
@@ -156,13 +160,17 @@ int reverse_calc_NUC_with_nuc_t(const uint16_t *nuc_table, uint16_t *nuc, float 
     switch (stop.kind) {
         case Stop::Kind::kExact:
             *nuc = static_cast<uint16_t>(2 * i);
-            RADIMO_DEBUG("i=%d,nuc_value=%d\n", static_cast<int>(i), static_cast<int>(2 * i));
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+            if (radimo::log::debug_wanted()) {
+                RADIMO_DEBUG("i=%d,nuc_value=%d\n", static_cast<int>(i), static_cast<int>(2 * i));
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+            }
             return RADIMO_SUCCESS;
         case Stop::Kind::kBracket:
             *nuc = static_cast<uint16_t>(2 * bracket_choice(nuc_table, i, target));
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i + 1), nuc_table[i + 1]);
+            if (radimo::log::debug_wanted()) {
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i + 1), nuc_table[i + 1]);
+            }
             return RADIMO_SUCCESS;
         case Stop::Kind::kNone:
             break;
