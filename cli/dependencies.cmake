@@ -30,3 +30,8 @@ if(RADIMO_CLI_MISSING)
 else()
     set(RADIMO_CLI_DEPENDENCIES_FOUND ON)
 endif()
+
+# radimo view (the browser viewer) is built when cpp-httplib is found as well.
+if(PkgConfig_FOUND)
+    pkg_check_modules(HTTPLIB QUIET IMPORTED_TARGET cpp-httplib)
+endif()

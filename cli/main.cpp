@@ -1,6 +1,8 @@
 // radimo: the command-line tool of libradimo.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
+#include <iostream>
 #include <string>
 
 #include "commands/command.h"
@@ -18,6 +20,17 @@ std::string example(std::initializer_list<const char *> lines) {
 
 namespace {
 
+// What standard output was given must have reached it: a failed write (a full
+// disk, a closed pipe, /dev/full) is exit code 4, not a silent success.
+int flushed(int exit_code) {
+    std::cout.flush();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0 || !std::cout) {
+        std::fprintf(stderr, "radimo: error: cannot write to standard output\n");
+        return static_cast<int>(Exit::kIo);
+    }
+    return exit_code;
+}
+
 int run(int argc, char **argv) {
     CLI::App program{
         "radimo: temperatures, measurements and pictures from the frames of an uncooled thermal camera",
@@ -29,7 +42,11 @@ int run(int argc, char **argv) {
     bool verbose = false;
     program.add_flag("-v,--verbose", verbose, "Also print the library's own messages on standard error");
     program.footer(
-        "Exit codes: 0 success, 2 bad arguments or input, 3 library failure, 4 file read/write failure.\n" +
+        "Exit codes: 0 success, 2 bad arguments or input, 3 library failure, 4 file read/write failure\n"
+        "(standard output included).\n"
+        "Outputs appear whole or not at all (written under a temporary name, then renamed; through a\n"
+        "symbolic link, the file it leads to). -o - writes to standard output; a device or pipe such as\n"
+        "/dev/null is written into, not replaced. No command overwrites one of its inputs.\n" +
         example({"radimo demo --out demo", "radimo measure demo/celsius.tiff --rect 100,100,50,40"}));
 
     Commands commands;
@@ -39,11 +56,15 @@ int run(int argc, char **argv) {
     add_render_command(program, commands);
     add_table_command(program, commands);
     add_recal_command(program, commands);
+#ifdef RADIMO_HAVE_VIEW
+    add_view_command(program, commands);
+#endif
 
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success &e) {
-        return program.exit(e);  // --help, --version
+        std::signal(SIGPIPE, SIG_IGN);    // a closed pipe is a write error
+        return flushed(program.exit(e));  // --help, --version
     } catch (const CLI::ParseError &e) {
         std::fprintf(stderr, "radimo: error: %s (see radimo --help)\n", e.what());
         return static_cast<int>(Exit::kUsage);
@@ -64,12 +85,7 @@ int run(int argc, char **argv) {
         std::fprintf(stderr, "radimo: error: %s\n", e.what());
         return static_cast<int>(Exit::kIo);
     }
-    std::fflush(stdout);
-    if (std::ferror(stdout) != 0) {
-        std::fprintf(stderr, "radimo: error: cannot write to standard output\n");
-        return static_cast<int>(Exit::kIo);
-    }
-    return 0;
+    return flushed(0);
 }
 
 }  // namespace

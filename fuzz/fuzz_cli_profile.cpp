@@ -2,12 +2,21 @@
 // random --set overrides and table files that are missing, valid, resized
 // or random, in a temporary camera directory. A profile may be refused with
 // the tool's usage or I/O error; one that loads must be usable as loaded.
+//
+// The text may be long (past the loader's 1 MiB bound) and deep: besides
+// libFuzzer's own mutations (and the dictionary of camera.json's tokens
+// that fuzz/run gives), a mutator of this harness repeats a piece of the
+// input many times over, which turns one '[' or '{"x":' into a deep nest
+// and one field into a long document.
 #include <fuzzer/FuzzedDataProvider.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -69,13 +78,31 @@ void table_file(FuzzedDataProvider &p, const fs::path &path, std::vector<T> vali
 
 }  // namespace
 
+// Repeats a random piece of the input up to thousands of times in place,
+// else leaves the mutation to libFuzzer.
+extern "C" std::size_t LLVMFuzzerMutate(uint8_t *data, std::size_t size, std::size_t max_size);
+extern "C" std::size_t LLVMFuzzerCustomMutator(uint8_t *data, std::size_t size, std::size_t max_size,
+                                               unsigned int seed) {
+    std::minstd_rand random(seed);
+    if (size == 0 || random() % 8 != 0) return LLVMFuzzerMutate(data, size, max_size);
+    const std::size_t start = random() % size;
+    const std::size_t length = 1 + random() % std::min<std::size_t>(size - start, 8);
+    std::size_t times = 1 + random() % 4096;
+    times = std::min(times, (max_size - size) / length);
+    if (times == 0) return LLVMFuzzerMutate(data, size, max_size);
+    const std::vector<uint8_t> piece(data + start, data + start + length);
+    std::memmove(data + start + length * (times + 1), data + start + length, size - start - length);
+    for (std::size_t k = 1; k <= times; ++k) std::memcpy(data + start + length * k, piece.data(), length);
+    return size + length * times;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     FuzzedDataProvider p(data, size);
     const auto &camera = radimo::fuzz::Camera::get();
     const fs::path &dir = camera_dir();
     for (const auto &entry : fs::directory_iterator(dir)) fs::remove(entry.path());
 
-    const std::string json = p.ConsumeRandomLengthString(16384);
+    const std::string json = p.ConsumeRandomLengthString(cli::CameraProfile::kMaxJsonBytes + 4096);
     write_file(dir / "camera.json", json.data(), json.size());
     const std::size_t ktbt_entries = p.ConsumeBool() ? 3601 : 1201;
     table_file(p, dir / "nuc_table.bin", camera.nuc_table);
@@ -87,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     std::vector<cli::ProfileOverride> overrides;
     try {
         for (int n = p.ConsumeIntegralInRange<int>(0, 3); n > 0; --n)
-            overrides.push_back(cli::parse_set_option(p.ConsumeRandomLengthString(64)));
+            overrides.push_back(cli::parse_set_option(p.ConsumeRandomLengthString(4096)));
         const cli::CameraProfile profile = cli::load_profile(dir, overrides);
         check(profile.width >= 1 && profile.height >= 1 && profile.nuc_table.size() == 8192);
         check((profile.kt.size() == 1201 || profile.kt.size() == 3601) &&

@@ -10,7 +10,8 @@ choices as well.
 
 The command-line tool's harnesses read files: their seeds are small valid
 frame files of each format (TIFF of 16-bit and float32 pages, PNG, PGM,
-raw) and camera profiles followed by the choices of their table files.
+raw) and camera profiles followed by the choices of their table files; the
+viewer's are HTTP requests of its page.
 
     fuzz/make_seeds.py [corpus dir]   (default: fuzz/corpus next to this file)
 
@@ -23,7 +24,9 @@ import struct
 import sys
 import zlib
 
-HARNESSES = ["frame", "frame_api", "nuc", "ktbt", "radiometry", "atmosphere", "recalibration", "rebuild"]
+# The library harnesses of harnesses.txt, beside this file.
+HARNESSES = [line.split()[0] for line in (pathlib.Path(__file__).parent / "harnesses.txt").read_text().splitlines()
+             if line.strip() and not line.startswith("#") and line.split()[1] == "library"]
 LENGTHS = [8, 24, 64, 160, 400, 1024, 2048]
 PER_LENGTH = 2
 
@@ -102,10 +105,34 @@ def pgm(images):
     return out
 
 
+def shared_strips(width, height):
+    """A page whose strips (one row each) all point at one row: a small file claiming a large page."""
+    row = struct.pack(f"<{width}H", *samples(width, 1, 0))
+    offsets, counts = 8 + len(row), 8 + len(row) + 4 * height
+    out = bytearray(b"II*\0") + struct.pack("<I", counts + 4 * height) + row
+    out += struct.pack(f"<{height}I", *([8] * height)) + struct.pack(f"<{height}I", *([len(row)] * height))
+    entries = [(256, 4, 1, width), (257, 4, 1, height), (258, 3, 1, 16), (259, 3, 1, 1), (262, 3, 1, 1),
+               (273, 4, height, offsets), (277, 3, 1, 1), (278, 4, 1, 1), (279, 4, height, counts)]
+    out += struct.pack("<H", len(entries))
+    for tag, kind, count, value in entries:
+        out += struct.pack("<HHII", tag, kind, count, value)
+    return bytes(out + b"\0\0\0\0")
+
+
 def frame_files():
     yield "tiff_u16", tiff([(5, 3, False, metadata("nuc", 16000))])
+    two_pages = tiff([(4, 2, False, metadata("nuc", 7200)), (4, 2, False, metadata("nuc", 9600))])
     yield "tiff_pages", tiff([(4, 2, False, metadata("kelvin16")), (4, 2, False, metadata("kelvin16")),
                               (3, 3, True, metadata("celsius"))])
+    # Cut short: the last page's description, or everything after the first page.
+    yield "tiff_pages_cut", two_pages[:-9]
+    first = struct.unpack_from("<I", two_pages, 4)[0]
+    yield "tiff_pages_cut_after_first", two_pages[:first + 2 + 12 * struct.unpack_from("<H", two_pages, first)[0] + 4]
+    yield "tiff_shared_strips", shared_strips(64, 2048)
+    # Recipes of multi-page TIFF files written with libtiff, then forged (see the harness).
+    rng = random.Random("libradimo-cli_frames")
+    for k in range(6):
+        yield f"recipe_{k}", b"G" + bytes(rng.getrandbits(8) for _ in range(64 + 96 * k))
     yield "tiff_float", tiff([(3, 2, True, "")])
     yield "png", png(5, 4, metadata("centikelvin", 15800))
     yield "pgm", pgm([(4, 3, metadata("nuc", 16100)), (4, 3, metadata("nuc"))])
@@ -127,6 +154,10 @@ def profile(correct_format=None, ems=None, long_ktbt=False):
     return json.dumps(p, indent=1).encode()
 
 
+def deep(levels):
+    return b'{"format_version": 1, "x": ' + b"[" * levels + b"]" * levels + b"}"
+
+
 def profiles():
     # The profile text, its end, then (read from the back of the input) the
     # choices: KT/BT length, one per table file (7 = valid) and the layout
@@ -135,6 +166,37 @@ def profiles():
                                    ("correction_v3", profile(300), 0)]:
         choices = bytes([0x40, 0x17, 0x00, 7, 0 if label == "plain" else 7, 2, 7, 7, 7, long_ktbt])
         yield label, text + b"\\\n" + choices
+    valid = bytes([0x40, 0x17, 0x00, 7, 7, 2, 7, 7, 7, 0])
+    yield "deep", deep(40) + b"\\\n" + valid
+    yield "duplicate_key", profile().replace(b'"vtemp": 6000,', b'"vtemp": 6000, "vtemp": 9600,') + b"\\\n" + valid
+    yield "huge_integer", profile().replace(b'"K_Temp": 4096', b'"K_Temp": 18446744073709551611') + b"\\\n" + valid
+
+
+TOKEN = "0123456789abcdef0123456789abcdef"  # fuzz_view.cpp's
+
+
+def view_requests():
+    """HTTP requests of the viewer's page (fuzz_view.cpp serves them on 127.0.0.1:8080)."""
+    def get(target, extra=""):
+        sep = "&" if "?" in target else "?"
+        return (f"GET {target}{sep}token={TOKEN} HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n{extra}\r\n").encode()
+    def post(target, body):
+        return (f"POST {target}?token={TOKEN} HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"
+                f"Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n{body}").encode()
+    yield "page", get("/")
+    yield "script", get("/viewer.js")
+    yield "info", get("/api/info")
+    yield "frame_tools", get("/api/frame?index=1&point=3,4&line=0,0,23,15&rect=2,2,8,6")
+    yield "frame_next", get("/api/frame?after=0&wait=1")
+    yield "measure_csv", get("/api/measure?index=0&rect=0,0,24,16&format=csv&download=1")
+    yield "picture", get("/api/picture.png?index=0&palette=lava&range=10,40&isotherm=20,30&point=5,5&bar=0")
+    yield "scene", post("/api/scene", '{"scene_correct": true, "emissivity": 0.9, "distance_m": 3}')
+    yield "scene_back", post("/api/scene", '{"scene_correct": false}')
+    yield "no_token", b"GET /api/info HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n\r\n"
+    yield "foreign_host", get("/api/info").replace(b"127.0.0.1:8080", b"attacker.example:8080")
+    yield "two_requests", get("/api/scene", "Connection: keep-alive\r\n") + get("/api/frame?index=0")
+    yield "header_token", b"GET /api/measure?index=1&point=1,1 HTTP/1.1\r\nHost: localhost:8080\r\n" + \
+        f"X-Radimo-Token: {TOKEN}\r\n\r\n".encode()
 
 
 def main():
@@ -146,11 +208,10 @@ def main():
             old.unlink()
         for label, data in seeds(name):
             (directory / label).write_bytes(data)
-    for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles)]:
+    # The tool's corpora also keep reproducers of earlier findings: written over, never emptied.
+    for name, generate in [("cli_frames", frame_files), ("cli_profile", profiles), ("view", view_requests)]:
         directory = root / name
         directory.mkdir(parents=True, exist_ok=True)
-        for old in directory.iterdir():
-            old.unlink()
         for label, data in generate():
             (directory / label).write_bytes(data)
 

@@ -1,4 +1,6 @@
 // radimo convert: raw NUC frames to temperature frames, streamed.
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -18,6 +20,7 @@ namespace {
 struct ConvertOptions {
     std::vector<std::string> inputs;
     std::string output;
+    std::string format;
     std::string to = "celsius";
     std::string size;
     bool quiet = false;
@@ -29,10 +32,28 @@ struct Input {
     std::unique_ptr<FrameReader> reader;
 };
 
-// Streams every frame of the inputs into one output file.
+// The output's format: --format, else its extension (standard output and
+// devices have none to go by).
+FileFormat output_format(const fs::path &target, const std::string &format) {
+    for (FileFormat f : {FileFormat::kTiff, FileFormat::kPng, FileFormat::kPgm, FileFormat::kCsv}) {
+        std::string name = format_name(f);  // "TIFF": the format's extension in capitals
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return std::tolower(c); });
+        if (format == name) return f;
+    }
+    if (!format.empty()) fail_usage("--format " + format + ": expected tiff, png, pgm or csv");
+    if (AtomicFile::is_stream(target))
+        fail_usage(target.string() +
+                   ": give --format (tiff, png, pgm or csv) for standard output or a device");
+    return format_of_path(target);
+}
+
+// Streams every frame of the inputs into one output file; `camera_files`
+// are inputs too.
 void convert_into(const fs::path &target, std::vector<Input> &inputs, const FrameConverter &converter,
-                  Unit unit, bool quiet) {
-    const FileFormat format = format_of_path(target);
+                  Unit unit, const ConvertOptions &o, const std::vector<fs::path> &camera_files) {
+    const bool quiet = o.quiet;
+    const FileFormat format = output_format(target, o.format);
     if (!format_holds(format, unit))
         fail_usage(target.string() + ": " + format_name(format) +
                    " holds 16-bit samples; use --to kelvin16 or --to centikelvin, or write .tiff or .csv");
@@ -41,9 +62,9 @@ void convert_into(const fs::path &target, std::vector<Input> &inputs, const Fram
     if (total > 1 && !format_holds_many(format))
         fail_usage(target.string() + ": " + format_name(format) + " holds one frame and the input has " +
                    std::to_string(total) + "; write .tiff, .pgm or .csv");
-    for (const Input &in : inputs)
-        if (fs::exists(target) && fs::equivalent(in.path, target))
-            fail_usage(target.string() + ": the output would overwrite an input");
+    std::vector<fs::path> sources = camera_files;
+    for (const Input &in : inputs) sources.push_back(in.path);
+    refuse_input_as_output("-o", target, sources);
 
     AtomicFile file(target);
     auto writer = create_frame_writer(format, file.temp_path(), target.string());
@@ -60,8 +81,8 @@ void convert_into(const fs::path &target, std::vector<Input> &inputs, const Fram
     writer->close();
     file.commit();
     if (!quiet)
-        std::printf("%s: %zu frame%s in %s\n", target.string().c_str(), total, total == 1 ? "" : "s",
-                    unit_name(unit));
+        std::fprintf(report_stream(), "%s: %zu frame%s in %s\n", target.string().c_str(), total,
+                     total == 1 ? "" : "s", unit_name(unit));
 }
 
 void run_convert(const ConvertOptions &o) {
@@ -75,16 +96,18 @@ void run_convert(const ConvertOptions &o) {
     // Every input is opened (and so checked) before anything is written.
     std::vector<Input> inputs;
     for (const std::string &name : o.inputs) inputs.push_back({name, open_frame_file(name, size)});
+    const std::vector<fs::path> camera_files = o.camera.files(camera);
     if (!o.output.empty()) {
-        convert_into(o.output, inputs, converter, *unit, o.quiet);
+        convert_into(o.output, inputs, converter, *unit, o, camera_files);
         return;
     }
     for (Input &in : inputs) {
         fs::path target = in.path;
-        target.replace_extension(std::string(".") + unit_name(*unit) + ".tiff");
+        target.replace_extension(std::string(".") + unit_name(*unit) + "." +
+                                 (o.format.empty() ? "tiff" : o.format));
         std::vector<Input> one;
         one.push_back(std::move(in));
-        convert_into(target, one, converter, *unit, o.quiet);
+        convert_into(target, one, converter, *unit, o, camera_files);
     }
 }
 
@@ -97,7 +120,10 @@ void add_convert_command(CLI::App &program, Commands &commands) {
                     "Input frames: 16-bit TIFF (multi-page), PNG or PGM, or raw u16 LE with --size")
         ->required();
     cmd->add_option("-o,--output", o->output,
-                    "Output file (.tiff, .png, .pgm, .csv); default: INPUT.<unit>.tiff beside each input");
+                    "Output file (.tiff, .png, .pgm, .csv; - for standard output with --format); default: "
+                    "INPUT.<unit>.tiff beside each input");
+    cmd->add_option("--format", o->format,
+                    "Output format tiff, png, pgm or csv (default: the output's extension)");
     cmd->add_option("--to", o->to,
                     "Output unit: celsius (float32), kelvin16 (1/16 K) or centikelvin (1/100 K)")
         ->capture_default_str();

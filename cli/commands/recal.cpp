@@ -114,12 +114,6 @@ float apparent_reading(const CameraProfile &camera, uint16_t raw, uint16_t vtemp
     return reading_of_nuc(camera, corrected_nuc(camera, raw, vtemp), kNoSceneCorrection);
 }
 
-void check_new_directory(const std::string &output, const std::string &input) {
-    std::error_code ec;
-    if (fs::exists(output, ec) && fs::equivalent(output, input, ec))
-        fail_usage("-o " + output + ": the new profile must not replace the camera it is made from");
-}
-
 // The user points of the multi-point calibration go through the 1201-entry
 // form of the KT/BT correction.
 void check_ktbt_length(const CameraProfile &camera) {
@@ -136,6 +130,7 @@ struct Reference {
     float celsius = 0.0f;
     uint16_t vtemp = 0;
     uint16_t raw = 0;
+    std::string file;  // the raw frame it was sampled from, if any
 };
 
 Reference parse_reference(const std::string &option, const std::string &text, const std::string &at) {
@@ -144,7 +139,7 @@ Reference parse_reference(const std::string &option, const std::string &text, co
     const double t = parse_temperatures(option, text.substr(0, c1), 1)[0];
     const long vtemp = parse_integers(option, text.substr(c1 + 1, c2 - c1 - 1), 1)[0];
     if (vtemp < 0 || vtemp > 65535) fail_usage(option + " " + text + ": VTEMP must be 0..65535");
-    Reference r{static_cast<float>(t), static_cast<uint16_t>(vtemp), 0};
+    Reference r{static_cast<float>(t), static_cast<uint16_t>(vtemp), 0, {}};
     std::string source = text.substr(c2 + 1);
     std::string position = at;  // FILE,X,Y samples that reference at X,Y
     if (const std::size_t y = source.rfind(','); y != std::string::npos && y > 0) {
@@ -162,6 +157,7 @@ Reference parse_reference(const std::string &option, const std::string &text, co
         return r;
     }
     auto reader = open_frame_file(source, std::nullopt);
+    r.file = source;
     Frame frame;
     reader->next(frame);
     if (frame.unit_from_file && frame.unit != Unit::kNuc)
@@ -179,14 +175,17 @@ Reference parse_reference(const std::string &option, const std::string &text, co
     return r;
 }
 
-void write_new_profile(const CameraProfile &camera, const std::string &output) {
+// Writes the new profile; the inputs (the camera and lens-change profiles,
+// reference frames) may be neither the output nor inside it.
+void write_new_profile(const CameraProfile &camera, const std::string &output, std::vector<fs::path> inputs) {
+    refuse_input_as_output("-o", output, inputs);
     AtomicDirectory dir(output);
     write_profile(camera, dir);
     dir.commit();
 }
 
 void run_double_point(const DoublePointOptions &o) {
-    check_new_directory(o.output, o.camera.dir);
+    refuse_input_as_output("-o", o.output, {o.camera.dir});
     CameraProfile camera = *o.camera.load();
     const Reference high = parse_reference("--high", o.high, o.at);
     const Reference low = parse_reference("--low", o.low, o.at);
@@ -231,7 +230,7 @@ void run_double_point(const DoublePointOptions &o) {
         std::printf("%-6s %8.2f %6u %6u %10.2f %10.2f\n", name, static_cast<double>(r.celsius), r.vtemp,
                     r.raw, static_cast<double>(before), static_cast<double>(after));
     }
-    write_new_profile(recalibrated, o.output);
+    write_new_profile(recalibrated, o.output, {o.camera.dir, high.file, low.file});
     std::printf("wrote %s (new %s and %s)\n", o.output.c_str(), camera.kt_file.c_str(),
                 camera.bt_file.c_str());
 }
@@ -250,9 +249,8 @@ CameraProfile load_lens_change_profile(const std::string &dir, const CameraProfi
 }
 
 void run_multi_point(const MultiPointOptions &o) {
-    check_new_directory(o.output, o.camera.dir);
     const bool lens_change = !o.lens_change.empty();
-    if (lens_change) check_new_directory(o.output, o.lens_change);
+    refuse_input_as_output("-o", o.output, {o.camera.dir, o.lens_change});
     // The least-squares rebuild fits a quadratic: three points at least.
     const std::size_t fewest = lens_change ? 3 : 2;
     if (o.points.size() < fewest)
@@ -318,7 +316,7 @@ void run_multi_point(const MultiPointOptions &o) {
                     parse_numbers("--point", o.points[i], 2)[1], points[i].output_nuc,
                     static_cast<double>(after));
     }
-    write_new_profile(recalibrated, o.output);
+    write_new_profile(recalibrated, o.output, {o.camera.dir, o.lens_change});
     if (lens_change)
         std::printf("wrote %s (%s and %s of %s, new %s)\n", o.output.c_str(), installed.kt_file.c_str(),
                     installed.bt_file.c_str(), o.lens_change.c_str(), installed.nuc_table_file.c_str());

@@ -4,6 +4,7 @@
 
 #include "commands/command.h"
 #include "core/arguments.h"
+#include "core/atomic_output.h"
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
@@ -29,19 +30,8 @@ struct RenderOptions {
     CameraOptions camera;
 };
 
-std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
-    const std::vector<double> v = parse_temperatures(option, text, 2);
-    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
-    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
-}
-
 void run_render(const RenderOptions &o) {
-    const Palette *palette = find_palette(o.palette);
-    if (palette == nullptr) {
-        std::string names;
-        for (std::string_view n : palette_names()) names += (names.empty() ? "" : ", ") + std::string(n);
-        fail_usage("--palette " + o.palette + ": unknown palette (choose one of " + names + ")");
-    }
+    const Palette *palette = &palette_option(o.palette);
     const std::vector<Region> regions = parse_regions(o.points, o.lines, o.rects);
     PictureRequest request;
     request.palette = palette;
@@ -50,13 +40,16 @@ void run_render(const RenderOptions &o) {
     request.colour_bar = !o.no_bar;
     request.crosshairs = !o.no_crosshairs;
     request.caption = o.caption;
-    if (format_of_path(o.output) != FileFormat::kPng)
-        fail_usage(o.output + ": the picture is written as .png");
+    if (!AtomicFile::is_stream(o.output) && format_of_path(o.output) != FileFormat::kPng)
+        fail_usage(o.output + ": the picture is written as .png (or to -, standard output)");
 
     const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
     auto reader = open_frame_file(o.input, size);
+    std::vector<std::filesystem::path> inputs = o.camera.files(camera);
+    inputs.emplace_back(o.input);
+    refuse_input_as_output("-o", o.output, inputs);
     if (o.frame >= reader->frame_count())
         fail_usage("--frame " + std::to_string(o.frame) + ": " + o.input + " has " +
                    std::to_string(reader->frame_count()) + " frame(s)");
@@ -73,8 +66,9 @@ void run_render(const RenderOptions &o) {
     request.celsius = &celsius;
     request.kelvin16 = &kelvin16;
     const Picture picture = write_picture(o.output, request);
-    std::printf("%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width, picture.height,
-                o.palette.c_str(), static_cast<double>(picture.lo), static_cast<double>(picture.hi));
+    std::fprintf(report_stream(), "%s: %dx%d, %s, %.1f .. %.1f \u00b0C\n", o.output.c_str(), picture.width,
+                 picture.height, o.palette.c_str(), static_cast<double>(picture.lo),
+                 static_cast<double>(picture.hi));
 }
 
 }  // namespace
@@ -83,10 +77,8 @@ void add_render_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<RenderOptions>();
     CLI::App *cmd = program.add_subcommand("render", "Render a frame as a measured false-colour PNG picture");
     cmd->add_option("FRAME", o->input, "Frame file: temperatures, or raw NUC with --camera")->required();
-    cmd->add_option("-o,--output", o->output, "Output picture (.png)")->required();
-    std::string names;
-    for (std::string_view n : palette_names()) names += (names.empty() ? "" : "|") + std::string(n);
-    cmd->add_option("--palette", o->palette, "Palette: " + names)->capture_default_str();
+    cmd->add_option("-o,--output", o->output, "Output picture (.png; - for standard output)")->required();
+    cmd->add_option("--palette", o->palette, "Palette: " + palette_choices("|"))->capture_default_str();
     auto *range = cmd->add_option("--range", o->range, "Locked scale LO,HI in degC");
     cmd->add_flag("--auto", o->automatic, "Automatic scale from the frame (the default)")->excludes(range);
     cmd->add_option("--isotherm", o->isotherm, "Highlight temperatures LO,HI in degC");

@@ -56,9 +56,9 @@ void run_generate(const GenerateOptions &o) {
     AtomicFile file(o.output);
     write_u16_file(file.temp_path(), table.data(), table.size());
     file.commit();
-    std::printf("%s: 8192 entries, %s gain, %.2f .. %.2f \u00b0C\n", o.output.c_str(), o.gain.c_str(),
-                static_cast<double>(celsius_of_kelvin16(table.front())),
-                static_cast<double>(celsius_of_kelvin16(table.back())));
+    std::fprintf(report_stream(), "%s: 8192 entries, %s gain, %.2f .. %.2f \u00b0C\n", o.output.c_str(),
+                 o.gain.c_str(), static_cast<double>(celsius_of_kelvin16(table.front())),
+                 static_cast<double>(celsius_of_kelvin16(table.back())));
 }
 
 void run_lookup(const LookupOptions &o) {
@@ -137,9 +137,10 @@ void run_tau(const TauOptions &o) {
     AtomicFile file(o.output);
     write_u16_file(file.temp_path(), raw.data() + skip, raw.size() - skip);
     file.commit();
-    std::printf("%s: %zu words (%s grid%s), tau at 1 m %.4f, at 50 m %.4f\n", o.output.c_str(),
-                raw.size() - skip, o.format.c_str(), o.no_header ? ", no header" : ", 256-byte header",
-                model::transmittance(1.0, o.hum, o.air), model::transmittance(50.0, o.hum, o.air));
+    std::fprintf(report_stream(), "%s: %zu words (%s grid%s), tau at 1 m %.4f, at 50 m %.4f\n",
+                 o.output.c_str(), raw.size() - skip, o.format.c_str(),
+                 o.no_header ? ", no header" : ", 256-byte header", model::transmittance(1.0, o.hum, o.air),
+                 model::transmittance(50.0, o.hum, o.air));
 }
 
 }  // namespace
@@ -156,7 +157,7 @@ void add_table_command(CLI::App &program, Commands &commands) {
     gen->add_option("--nuc-factor", g->factor, "C0,C1,C2: NUC(T) = C0 + (C2 T^2 + C1 T) / 2^20, T in K")
         ->required();
     gen->add_option("--gain", g->gain, "high (-20..150 degC) or low (0..550 degC)")->capture_default_str();
-    gen->add_option("-o,--output", g->output, "Output table (u16 LE)")->required();
+    gen->add_option("-o,--output", g->output, "Output table (u16 LE; - for standard output)")->required();
     gen->footer(
         example({"radimo table generate --nuc-factor -5645,9300000,104858 --gain high -o nuc_table.bin"}));
     commands.push_back({gen, [g] { run_generate(*g); }});
@@ -175,7 +176,7 @@ void add_table_command(CLI::App &program, Commands &commands) {
     auto t = std::make_shared<TauOptions>();
     CLI::App *tau =
         table->add_subcommand("tau", "Write a correction (tau) table from the physical transmittance model");
-    tau->add_option("-o,--output", t->output, "Output table (u16 LE)")->required();
+    tau->add_option("-o,--output", t->output, "Output table (u16 LE; - for standard output)")->required();
     tau->add_option("--format", t->format, "Grid: standard (56x64), new (42x88) or v3 (45x88)")
         ->capture_default_str();
     tau->add_option("--air-humidity", t->hum, "Relative humidity 0..1 of the air the table describes")

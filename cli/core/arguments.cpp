@@ -73,6 +73,12 @@ std::vector<double> parse_temperatures(const std::string &option, const std::str
     return values;
 }
 
+std::pair<float, float> parse_interval(const std::string &option, const std::string &text) {
+    const std::vector<double> v = parse_temperatures(option, text, 2);
+    if (!(v[0] < v[1])) fail_usage(option + " " + text + ": LO must be below HI");
+    return {static_cast<float>(v[0]), static_cast<float>(v[1])};
+}
+
 std::optional<FrameSize> parse_optional_size(const std::string &option, const std::string &text) {
     if (text.empty()) return std::nullopt;
     return parse_size(option, text);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace radimo::cli {
@@ -22,6 +23,8 @@ constexpr double kHottestCelsius = 65535.0 / 16.0 - 273.15;
 double checked_number(const std::string &option, double value, double lo, double hi, const char *unit = "");
 // Exactly `count` temperatures in degC, each within kColdestCelsius..kHottestCelsius.
 std::vector<double> parse_temperatures(const std::string &option, const std::string &text, std::size_t count);
+// "LO,HI": two such temperatures with LO below HI (--range, --isotherm).
+std::pair<float, float> parse_interval(const std::string &option, const std::string &text);
 
 struct FrameSize {
     int width = 0;

@@ -47,6 +47,16 @@ std::optional<CameraProfile> CameraOptions::load() const {
     return load_profile(dir, overrides);
 }
 
+std::vector<std::filesystem::path> CameraOptions::files(const std::optional<CameraProfile> &camera) const {
+    if (!camera) return {};
+    const std::filesystem::path d(dir);
+    std::vector<std::filesystem::path> files{d / "camera.json", d / camera->nuc_table_file,
+                                             d / camera->kt_file, d / camera->bt_file};
+    if (!camera->correct_table.empty()) files.push_back(d / camera->correct_table_file);
+    if (!camera->env_tau.empty()) files.push_back(d / camera->env_tau_file);
+    return files;
+}
+
 std::optional<uint16_t> CameraOptions::forced_vtemp() const {
     if (!vtemp) return std::nullopt;
     if (!std::isfinite(*vtemp) || *vtemp < 0 || *vtemp > 65535 || *vtemp != std::floor(*vtemp))

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +26,8 @@ struct CameraOptions {
     bool given() const { return !dir.empty(); }
     // The profile with its overrides applied and checked; nullopt without --camera.
     std::optional<CameraProfile> load() const;
+    // The files of the loaded camera (camera.json and its tables): inputs no output may replace.
+    std::vector<std::filesystem::path> files(const std::optional<CameraProfile> &camera) const;
     // The vtemp forced on every frame by --vtemp.
     std::optional<uint16_t> forced_vtemp() const;
     ConversionSettings settings(const CameraProfile *camera) const {

@@ -8,13 +8,26 @@
 
 namespace radimo::cli {
 
+const Palette &palette_option(const std::string &name) {
+    const Palette *palette = find_palette(name);
+    if (palette == nullptr)
+        fail_usage("--palette " + name + ": unknown palette (choose one of " + palette_choices(", ") + ")");
+    return *palette;
+}
+
+std::string palette_choices(const char *separator) {
+    std::string names;
+    for (std::string_view n : palette_names()) names += (names.empty() ? "" : separator) + std::string(n);
+    return names;
+}
+
 std::string celsius_label(uint16_t kelvin16) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f \u00b0C", static_cast<double>(celsius_of_kelvin16(kelvin16)));
     return text;
 }
 
-Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
+Picture draw_picture(const PictureRequest &request) {
     const Frame &c = *request.celsius;
     PictureSpec drawing;
     drawing.width = c.width;
@@ -55,6 +68,11 @@ Picture write_picture(const std::filesystem::path &out, const PictureRequest &re
     } catch (const std::runtime_error &e) {
         fail_usage(std::string("cannot render the picture: ") + e.what());
     }
+    return picture;
+}
+
+Picture write_picture(const std::filesystem::path &out, const PictureRequest &request) {
+    Picture picture = draw_picture(request);
     write_file_atomically(out, picture.png.data(), picture.png.size());
     return picture;
 }

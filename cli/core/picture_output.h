@@ -1,4 +1,4 @@
-// The measured false-colour picture of a frame, written atomically as PNG.
+// The measured false-colour picture of a frame, as PNG bytes or written atomically.
 #pragma once
 
 #include <filesystem>
@@ -25,9 +25,16 @@ struct PictureRequest {
     std::string caption;
 };
 
+// The palette given to --palette (a usage error listing the palettes for an unknown name), and
+// the names of the palettes joined by `separator`.
+const Palette &palette_option(const std::string &name);
+std::string palette_choices(const char *separator);
+
 // "65.2 °C".
 std::string celsius_label(uint16_t kelvin16);
 
+// Renders the picture (PNG bytes in memory); a request the renderer refuses is a usage error.
+Picture draw_picture(const PictureRequest &request);
 // Renders and writes the picture; returns it (size, scale) for reports.
 Picture write_picture(const std::filesystem::path &out, const PictureRequest &request);
 

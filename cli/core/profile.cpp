@@ -8,8 +8,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <map>
+#include <optional>
 #include <set>
+#include <string_view>
 
 #include "core/atomic_output.h"
 #include "core/errors.h"
@@ -23,6 +26,66 @@ using ordered_json = nlohmann::ordered_json;
 namespace {
 
 constexpr const char *kJsonName = "camera.json";
+
+// Whether JSON text nests arrays and objects deeper than a profile may,
+// counted on the text itself (brackets outside string literals), so that a
+// document too deep to handle is refused before it is parsed. Malformed text
+// is counted as well; the parser refuses it afterwards. The Python binding
+// counts the same way (python/radimo/_profile.py).
+bool nested_too_deep(std::string_view text) {
+    int depth = 0;
+    bool in_string = false, escaped = false;
+    for (const char c : text) {
+        if (in_string) {
+            if (escaped)
+                escaped = false;
+            else if (c == '\\')
+                escaped = true;
+            else if (c == '"')
+                in_string = false;
+        } else if (c == '"') {
+            in_string = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > CameraProfile::kMaxJsonDepth) return true;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+std::string too_deep() {
+    return "nested deeper than " + std::to_string(CameraProfile::kMaxJsonDepth) + " levels";
+}
+
+// Parses camera.json, refusing a key repeated in one object (which value
+// counts would be a guess). The first object to close with a repeated key is
+// named, its first repeated key; a document that is not valid JSON is
+// reported as that, whatever it repeats.
+ordered_json parse_profile_text(const std::string &text, const std::string &file) {
+    using Event = ordered_json::parse_event_t;
+    std::vector<std::set<std::string>> keys;  // of each open array or object (arrays hold none)
+    std::vector<std::string> repeated;        // of each: its first repeated key
+    std::optional<std::string> first_repeated;
+    const auto track = [&](int, Event event, ordered_json &parsed) {
+        if (event == Event::object_start || event == Event::array_start) {
+            keys.emplace_back();
+            repeated.emplace_back();
+        } else if (event == Event::key) {
+            const std::string key = parsed.get<std::string>();
+            if (!keys.back().insert(key).second && repeated.back().empty()) repeated.back() = key;
+        } else if (event == Event::object_end || event == Event::array_end) {
+            if (!repeated.back().empty() && !first_repeated) first_repeated = repeated.back();
+            keys.pop_back();
+            repeated.pop_back();
+        }
+        return true;
+    };
+    ordered_json root = ordered_json::parse(text, track, false);
+    if (root.is_discarded()) fail_usage(file + ": not valid JSON");
+    if (first_repeated) fail_usage(file + ": duplicate key \"" + *first_repeated + "\"");
+    return root;
+}
 
 // Checks the fields of one camera.json, naming the file or the flag that
 // set a field in its one-line error.
@@ -68,11 +131,17 @@ public:
         }
         const json &v = o.at(key);
         if (!v.is_number_integer()) fail(field, "must be an integer");
-        const long value = v.get<long>();
-        if (value < lo || value > hi)
-            fail(field,
-                 std::to_string(value) + " is outside " + std::to_string(lo) + ".." + std::to_string(hi));
-        return value;
+        // Non-negative JSON integers are held unsigned (up to UINT64_MAX): each
+        // kind is compared as it is held, never converted first.
+        const bool in_range = v.is_number_unsigned()
+                                  ? v.get<uint64_t>() <= static_cast<uint64_t>(hi) &&
+                                        (lo <= 0 || v.get<uint64_t>() >= static_cast<uint64_t>(lo))
+                                  : v.get<int64_t>() >= lo && v.get<int64_t>() <= hi;
+        if (!in_range)
+            fail(field, (v.is_number_unsigned() ? std::to_string(v.get<uint64_t>())
+                                                : std::to_string(v.get<int64_t>())) +
+                            " is outside " + std::to_string(lo) + ".." + std::to_string(hi));
+        return static_cast<long>(v.get<int64_t>());
     }
 
     double number(const json &o, const std::string &path, const char *key, double lo, double hi) const {
@@ -199,11 +268,29 @@ int CameraProfile::ktbt_index(uint16_t frame_vtemp) const {
     return std::clamp(fpa - address_ca - 1, 0, static_cast<int>(kt.size()) - 1);
 }
 
+std::span<const SceneField> scene_fields() {
+    static constexpr SceneField kFields[] = {
+        {"emissivity", 0.01, 1.0, "", &env_correct_param_t::ems},
+        {"distance_m", 0.0, 1000.0, "m", &env_correct_param_t::dist},
+        {"humidity", 0.0, 1.0, "", &env_correct_param_t::hum},
+        {"ambient_c", -273.15, 100.0, "\u00b0C", &env_correct_param_t::ta},
+        {"reflected_c", -273.15, 100.0, "\u00b0C", &env_correct_param_t::tu},
+    };
+    return kFields;
+}
+
 ProfileOverride parse_set_option(const std::string &text) {
+    // Long values are shown cut short in messages.
+    const std::string flag = "--set " + (text.size() > 80 ? text.substr(0, 77) + "..." : text);
     const std::size_t eq = text.find('=');
-    if (eq == std::string::npos || eq == 0) fail_usage("--set " + text + ": expected FIELD=VALUE");
-    ProfileOverride o{text.substr(0, eq), json::parse(text.substr(eq + 1), nullptr, false), "--set " + text};
-    if (o.value.is_discarded()) o.value = text.substr(eq + 1);
+    if (eq == std::string::npos || eq == 0) fail_usage(flag + ": expected FIELD=VALUE");
+    const std::string value = text.substr(eq + 1);
+    if (std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(eq), '.') >=
+        CameraProfile::kMaxJsonDepth)
+        fail_usage(flag + ": FIELD is " + too_deep());
+    if (nested_too_deep(value)) fail_usage(flag + ": VALUE is " + too_deep());
+    ProfileOverride o{text.substr(0, eq), json::parse(value, nullptr, false), flag};
+    if (o.value.is_discarded()) o.value = value;
     return o;
 }
 
@@ -212,10 +299,18 @@ CameraProfile load_profile(const fs::path &dir, const std::vector<ProfileOverrid
     const std::string file = json_path.string();
     std::error_code ec;
     if (!fs::is_directory(dir, ec)) fail_usage(dir.string() + ": no such camera directory");
-    std::ifstream in(json_path);
-    if (!in) fail_usage(file + ": no such file (a camera directory holds camera.json and its tables)");
-    ordered_json root = ordered_json::parse(in, nullptr, false);
-    if (root.is_discarded()) fail_usage(file + ": not valid JSON");
+    if (!fs::is_regular_file(json_path, ec))
+        fail_usage(file + ": no such file (a camera directory holds camera.json and its tables)");
+    // Size and nesting are bounded before the text is parsed.
+    const uintmax_t bytes = fs::file_size(json_path, ec);
+    if (!ec && bytes > CameraProfile::kMaxJsonBytes)
+        fail_usage(file + ": " + std::to_string(bytes) + " bytes is more than a camera profile may hold (" +
+                   std::to_string(CameraProfile::kMaxJsonBytes) + ")");
+    std::ifstream in(json_path, std::ios::binary);
+    if (ec || !in) fail_io(file + ": cannot read: " + std::strerror(errno));
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    if (nested_too_deep(text)) fail_usage(file + ": " + too_deep());
+    ordered_json root = parse_profile_text(text, file);
     if (!root.is_object()) fail_usage(file + ": must hold a JSON object");
     std::map<std::string, std::string> origins;
     for (const ProfileOverride &o : overrides) {
@@ -291,11 +386,8 @@ CameraProfile load_profile(const fs::path &dir, const std::vector<ProfileOverrid
 
     const json &s = check.object(j, "", "scene", true,
                                  {"emissivity", "distance_m", "humidity", "ambient_c", "reflected_c"});
-    p.scene.ems = static_cast<float>(check.number(s, "scene", "emissivity", 0.01, 1.0));
-    p.scene.dist = static_cast<float>(check.number(s, "scene", "distance_m", 0.0, 1000.0));
-    p.scene.hum = static_cast<float>(check.number(s, "scene", "humidity", 0.0, 1.0));
-    p.scene.ta = static_cast<float>(check.number(s, "scene", "ambient_c", -273.15, 100.0));
-    p.scene.tu = static_cast<float>(check.number(s, "scene", "reflected_c", -273.15, 100.0));
+    for (const SceneField &f : scene_fields())
+        p.scene.*f.member = static_cast<float>(check.number(s, "scene", f.key, f.lo, f.hi));
 
     // The tables, their sizes checked against the fields before reading.
     p.nuc_table =

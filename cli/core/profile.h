@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +36,10 @@ struct CorrectionSwitch {
 
 struct CameraProfile {
     static constexpr int kFormatVersion = 1;
+    // Bounds checked before camera.json is parsed: its size, and how deeply its
+    // arrays and objects may nest (a profile needs 3 levels).
+    static constexpr std::size_t kMaxJsonBytes = 1 << 20;
+    static constexpr int kMaxJsonDepth = 16;
     static constexpr std::size_t kNucTableEntries = 8192;
     static constexpr std::size_t kEnvTauEntries = 3584;
 
@@ -80,8 +85,19 @@ struct ProfileOverride {
     nlohmann::json value;
     std::string flag;
 };
-// Parses "FIELD=VALUE" of --set (VALUE as JSON, else as a string).
+// Parses "FIELD=VALUE" of --set (VALUE as JSON, else as a string; JSON nested
+// deeper than a profile may be is refused).
 ProfileOverride parse_set_option(const std::string &text);
+
+// The fields of camera.json's "scene": key, the range the loader accepts, unit ("" for a
+// fraction) and the member of env_correct_param_t it sets. The viewer offers the same fields.
+struct SceneField {
+    const char *key;
+    double lo, hi;
+    const char *unit;
+    float env_correct_param_t::*member;
+};
+std::span<const SceneField> scene_fields();
 
 CameraProfile load_profile(const std::filesystem::path &dir,
                            const std::vector<ProfileOverride> &overrides = {});

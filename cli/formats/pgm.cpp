@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "core/errors.h"
@@ -18,7 +19,8 @@ constexpr const char *kCommentTag = "radimo ";
 class PgmReader final : public FrameReader {
 public:
     explicit PgmReader(const fs::path &path) : name_(path.string()) {
-        file_ = std::fopen(path.c_str(), "rb");
+        stream_.reset(std::fopen(path.c_str(), "rb"));
+        file_ = stream_.get();
         if (file_ == nullptr) fail_io(name_ + ": cannot read: " + std::strerror(errno));
         // Count the images by walking their headers. Seeking past the end
         // succeeds, so each image is checked against the file size: a header
@@ -37,7 +39,6 @@ public:
         }
         std::rewind(file_);
     }
-    ~PgmReader() override { std::fclose(file_); }
 
     bool next(Frame &frame) override {
         if (read_ == count_) return false;
@@ -100,6 +101,8 @@ private:
     }
 
     std::string name_;
+    // Closed however the reader ends, a refusal in the constructor included.
+    std::unique_ptr<std::FILE, int (*)(std::FILE *)> stream_{nullptr, std::fclose};
     std::FILE *file_ = nullptr;
     std::size_t count_ = 0;
     std::size_t read_ = 0;

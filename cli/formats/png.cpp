@@ -18,8 +18,12 @@ namespace {
 constexpr const char *kTextKey = "radimo";
 
 // libpng reports errors by longjmp; keep its message for our own line.
+// A warning (a damaged ancillary chunk such as our metadata, dropped with a
+// warning) is kept as well: the reader refuses the file rather than read it
+// without what it lost.
 struct PngMessage {
     char text[256] = {};
+    char warning[256] = {};
 };
 
 void png_error_handler(png_structp png, png_const_charp message) {
@@ -28,7 +32,10 @@ void png_error_handler(png_structp png, png_const_charp message) {
     png_longjmp(png, 1);
 }
 
-void png_warning_handler(png_structp, png_const_charp) {}
+void png_warning_handler(png_structp png, png_const_charp message) {
+    auto *m = static_cast<PngMessage *>(png_get_error_ptr(png));
+    if (m->warning[0] == '\0') std::snprintf(m->warning, sizeof m->warning, "%s", message);
+}
 
 class PngReader final : public FrameReader {
 public:
@@ -82,6 +89,7 @@ private:
                 problem = "is truncated";
             } else if (problem.empty()) {
                 png_set_swap(png);  // PNG stores big-endian samples
+                png_set_interlace_handling(png);
                 frame.samples.resize(frame.pixels());
                 rows.resize(frame.height);
                 for (int y = 0; y < frame.height; ++y)
@@ -94,6 +102,7 @@ private:
                 png_get_text(png, info, &text, &count);
                 for (int i = 0; i < count; ++i)
                     if (std::strcmp(text[i].key, kTextKey) == 0) read_frame_metadata(text[i].text, frame);
+                if (message.warning[0] != '\0') problem = std::string("is damaged (") + message.warning + ")";
             }
         }
         png_destroy_read_struct(png != nullptr ? &png : nullptr, info != nullptr ? &info : nullptr, nullptr);

@@ -1,8 +1,8 @@
 """radimo: Python binding of libradimo, the temperature arithmetic of an uncooled thermal camera.
 
 Pure ctypes over libradimo.so and NumPy arrays; nothing to compile. See _lib for how the
-library is found (RADIMO_LIBRARY, the build tree, the system loader) and how its error
-messages reach RadimoError.
+library is found (RADIMO_LIBRARY, the bundled copy, the build tree, the system loader) and
+how its error messages reach RadimoError.
 
     import numpy as np, radimo
     table = radimo.generate_nuc_table(-5645, 9300000, 104858)

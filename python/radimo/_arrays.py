@@ -5,13 +5,16 @@ import numpy as np
 
 
 def check_real(name, value, low=None, high=None):
-    """float64 array of value; ValueError for NaN, infinity or values outside [low, high]."""
+    """float64 array of value; ValueError for NaN, infinity, values beyond single precision (the
+    library takes float) or values outside [low, high]."""
     try:
         array = np.asarray(value, dtype=np.float64)
     except (TypeError, ValueError) as err:
         raise ValueError(f"{name} must be a real number or an array of them") from err
     if not np.all(np.isfinite(array)):
         raise ValueError(f"{name} must be finite (got NaN or infinity)")
+    if np.any(np.abs(array) > np.finfo(np.float32).max):
+        raise ValueError(f"{name} must be finite in single precision (|value| <= 3.4e38)")
     if (low is not None and np.any(array < low)) or (high is not None and np.any(array > high)):
         raise ValueError(f"{name} must lie within [{low}, {high}]")
     return array
@@ -41,9 +44,24 @@ def check_table(name, table, dtype, lengths):
     return np.ascontiguousarray(array, dtype=dtype)
 
 
-def pointer(array, ctype):
-    """ctypes pointer to the first element of a C-contiguous array (None stays None)."""
-    return None if array is None else array.ctypes.data_as(ctypes.POINTER(ctype))
+def buffer(name, array, ctype, count, writable=False):
+    """ctypes pointer to an array of which a library call reads (or, writable, writes) count elements.
+
+    Every array the binding hands to the library goes through here, with the number of elements the
+    called function touches: the length fields of records, the length arguments and the lengths the
+    functions imply (an 8192-entry NUC table, width x height pixels). The array must be a C-contiguous
+    NumPy array of exactly the C element type and hold at least count elements, so no length or count
+    passed beside it can make the library read or write past its end. ValueError names the argument.
+    """
+    dtype = np.dtype(ctype)
+    if not isinstance(array, np.ndarray) or array.dtype != dtype or not array.flags.c_contiguous:
+        raise ValueError(f"{name} must be a C-contiguous {dtype} array")
+    count = int(count)
+    if count < 0 or array.size < count:
+        raise ValueError(f"{name} holds {array.size} entries; the call uses {count}")
+    if writable and not array.flags.writeable:
+        raise ValueError(f"{name} must be a writable array")
+    return array.ctypes.data_as(ctypes.POINTER(ctype))
 
 
 def elementwise(function, dtype, *inputs):

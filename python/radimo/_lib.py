@@ -2,8 +2,9 @@
 
 Library discovery, in this order:
   1. the path in the environment variable RADIMO_LIBRARY;
-  2. the build tree of this source checkout (build/libradimo.so next to python/);
-  3. the system loader (libradimo.so.2 through ld.so.cache, LD_LIBRARY_PATH or RUNPATH).
+  2. the copy bundled inside this package (libradimo.so.2 beside this file, as the wheel installs it);
+  3. the build tree of this source checkout (build/libradimo.so next to python/);
+  4. the system loader (libradimo.so.2 through ld.so.cache, LD_LIBRARY_PATH or RUNPATH).
 
 ctypes releases the GIL for the duration of every call into a CDLL, so threads
 calling the binding run the library in parallel.
@@ -49,15 +50,21 @@ class RadimoError(Exception):
 
 # ---- Loading ----------------------------------------------------------------------------------
 
+_SONAME = "libradimo.so.2"
+
+
 def _load():
     explicit = os.environ.get("RADIMO_LIBRARY")
     if explicit:
         return ctypes.CDLL(explicit)
+    bundled = Path(__file__).resolve().with_name(_SONAME)
+    if bundled.exists():
+        return ctypes.CDLL(str(bundled))
     in_tree = Path(__file__).resolve().parents[2] / "build" / "libradimo.so"
     if in_tree.exists():
         return ctypes.CDLL(str(in_tree))
     try:
-        return ctypes.CDLL("libradimo.so.2")
+        return ctypes.CDLL(_SONAME)
     except OSError as err:
         raise ImportError("libradimo.so not found: set RADIMO_LIBRARY to its path, build it in "
                           "build/ of this checkout, or install it where the loader finds it "

@@ -9,12 +9,18 @@ from pathlib import Path, PurePath
 
 import numpy as np
 
+from .correction import raw_table_entries
+
 FORMAT_VERSION = 1
 NUC_TABLE_ENTRIES = 8192
 ENV_TAU_ENTRIES = 3584
 _TOP_KEYS = ("format_version", "name", "resolution", "gain", "nuc_factor", "vtemp", "ktbt", "nuc_table",
              "correct_table", "env_tau_table", "scene")
 _INT32 = (-2**31, 2**31 - 1)
+# Bounds checked before camera.json is parsed: its size, and how deeply its arrays and objects may
+# nest (a profile needs 3 levels). The radimo tool checks the same (CameraProfile in cli/core/profile.h).
+MAX_JSON_BYTES = 1 << 20
+MAX_JSON_DEPTH = 16
 
 
 class _Checker:
@@ -128,6 +134,71 @@ def _json_int(text):
     return value if -2**63 <= value < 2**64 else _json_float(text)
 
 
+def nested_too_deep(text):
+    """Whether JSON text (bytes) nests arrays and objects deeper than MAX_JSON_DEPTH, counted on
+    the text itself (brackets outside string literals) as the radimo tool counts them, so that a
+    document too deep to parse is refused before it is parsed. Malformed text is counted as well;
+    the parser refuses it afterwards."""
+    depth = 0
+    in_string = escaped = False
+    for c in text:
+        if in_string:
+            if escaped:
+                escaped = False
+            elif c == 0x5C:  # backslash
+                escaped = True
+            elif c == 0x22:  # quote
+                in_string = False
+        elif c == 0x22:
+            in_string = True
+        elif c == 0x5B or c == 0x7B:  # [ {
+            depth += 1
+            if depth > MAX_JSON_DEPTH:
+                return True
+        elif c == 0x5D or c == 0x7D:  # ] }
+            depth -= 1
+    return False
+
+
+def _parse(text, file):
+    """The JSON document of camera.json, refused as the radimo tool refuses it: not valid JSON (a
+    lone surrogate escape included), or a key repeated in one object (the first object to close
+    with one is named, by its first repeated key)."""
+    repeated = []
+
+    def pairs_hook(pairs):
+        seen = set()
+        for key, _ in pairs:
+            if key in seen:
+                repeated.append(key)
+                break
+            seen.add(key)
+        return dict(pairs)
+
+    try:
+        root = json.loads(text.decode("utf-8-sig"), parse_constant=_reject_constant, parse_int=_json_int,
+                          parse_float=_json_float, object_pairs_hook=pairs_hook)
+        _encodable(root)
+    except (ValueError, UnicodeError):
+        raise ValueError(f"{file}: not valid JSON") from None
+    if repeated:
+        raise ValueError(f'{file}: duplicate key "{repeated[0]}"')
+    return root
+
+
+def _encodable(value):
+    """UnicodeError for a string (or key) holding a lone surrogate, which JSON text cannot encode."""
+    if isinstance(value, str):
+        value.encode("utf-8")
+    elif isinstance(value, dict):
+        for key, item in value.items():
+            key.encode("utf-8")
+            _encodable(item)
+    elif isinstance(value, list):
+        for item in value:
+            _encodable(item)
+
+
 def read_profile(directory):
     """The fields and tables of a camera profile directory as a dict; ValueError on any problem."""
     directory = Path(directory)
@@ -136,11 +207,13 @@ def read_profile(directory):
         raise ValueError(f"{directory}: no such camera directory")
     if not file.is_file():
         raise ValueError(f"{file}: no such file (a camera directory holds camera.json and its tables)")
-    try:
-        root = json.loads(file.read_text(encoding="utf-8"), parse_constant=_reject_constant,
-                          parse_int=_json_int, parse_float=_json_float)
-    except (ValueError, UnicodeDecodeError):
-        raise ValueError(f"{file}: not valid JSON") from None
+    size = file.stat().st_size
+    if size > MAX_JSON_BYTES:
+        raise ValueError(f"{file}: {size} bytes is more than a camera profile may hold ({MAX_JSON_BYTES})")
+    text = file.read_bytes()
+    if nested_too_deep(text):
+        raise ValueError(f"{file}: nested deeper than {MAX_JSON_DEPTH} levels")
+    root = _parse(text, file)
     if not isinstance(root, dict):
         raise ValueError(f"{file}: must hold a JSON object")
     check = _Checker(file)
@@ -216,6 +289,11 @@ def read_profile(directory):
                 table[word] = values[0]
             else:
                 table[word], table[word + 1] = (1 if values[0] else 0), values[1]
+        # The tau readers index the grid the format selects: the table must hold all of it.
+        tau_format = int(table[1]) if has_header else 0
+        needed = (128 if has_header else 0) + raw_table_entries(tau_format)
+        if table.size < needed:
+            check.fail("correct_table.words", f"{table.size} words are too few: format {tau_format} needs {needed}")
         p["correct_table"] = table
     if e is not None:
         p["env_tau"] = check.table(directory, env_file, "env_tau_table.file", env_entries, np.uint16)

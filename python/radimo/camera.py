@@ -10,18 +10,18 @@ per-pixel temp_measure_with_NUC_value and the single-value corrections. C-contig
 are passed without a copy, and ctypes releases the GIL during every call, so threads converting
 different frames (or dask blocks) run in parallel.
 """
-from ctypes import byref, c_float, c_int16, c_uint16
+from ctypes import byref, c_float, c_uint16
 from pathlib import Path
 
 import numpy as np
 
 from . import _records as R
-from ._arrays import check_integer, pointer
+from ._arrays import buffer, check_integer
 from ._lib import call
 from ._profile import read_profile
-from .correction import Scene
+from .correction import Scene, correction_table_array, correction_table_words
 from .measure import measure_line, measure_point, measure_rect
-from .nuc import KtBt
+from .nuc import KtBt, nuc_table_array
 
 
 class Camera:
@@ -54,7 +54,8 @@ class Camera:
     @property
     def resolution(self):
         """The library's resolution word: width | height << 16."""
-        return self.width | (self.height << 16)
+        width = int(check_integer("width", self.width, 1, 0xFFFF))
+        return width | (int(check_integer("height", self.height, 1, 0xFFFF)) << 16)
 
     def ktbt_index(self, vtemp):
         """KT/BT index that focal-plane readings select, clamped as the correction clamps it."""
@@ -90,11 +91,15 @@ class Camera:
         """radimo_frame_temp_measure of one frame into temp (1/16 K)."""
         frame = np.ascontiguousarray(frame)  # a copy only for a strided view
         k = self.ktbt
-        param = R.ktbt_correct_param_t(k.K_Temp, k.B_Temp, k.Address_CA, pointer(k.kt, c_uint16),
-                                       pointer(k.bt, c_int16), vtemp)
-        call("radimo_frame_temp_measure", byref(param), k.kt.size, pointer(self.nuc_table, c_uint16),
-             self.nuc_table.size, pointer(frame, c_uint16), self.resolution, 0, self.height,
-             pointer(temp, c_uint16))
+        if not isinstance(k, KtBt):
+            raise ValueError("ktbt must be a radimo.KtBt")
+        length, kt, bt = k.arrays()
+        table = nuc_table_array(self.nuc_table)
+        pixels = self.width * self.height
+        param = R.ktbt_correct_param_t(k.K_Temp, k.B_Temp, k.Address_CA, kt, bt, vtemp)
+        call("radimo_frame_temp_measure", byref(param), length, buffer("nuc_table", table, c_uint16, table.size),
+             table.size, buffer("raw", frame, c_uint16, pixels), self.resolution, 0, self.height,
+             buffer("temp", temp, c_uint16, pixels, True))
 
     def to_kelvin16(self, raw, vtemp=None):
         """Apparent temperatures in 1/16 K (uint16; degC = v / 16 - 273.15) of raw frames: the KT/BT
@@ -121,19 +126,20 @@ class Camera:
                 raise ValueError("scene must be a radimo.Scene")
             if scene.dist > 1000.0:
                 raise ValueError("dist must lie within [0, 1000] for the scene correction")
-            record, table = scene.record(), pointer(self.correct_table, c_uint16)
+            words = correction_table_array(self.correct_table)
+            record, table = scene.record(), buffer("correct_table", words, c_uint16, correction_table_words(words))
         shape, stack, vtemps = self._frames(raw, vtemp)
         out = np.empty((len(stack), self.height, self.width), dtype=np.float32)
         temp = np.empty((self.height, self.width), dtype=np.uint16)
-        temp_ptr = pointer(temp, c_uint16)
+        temp_ptr, pixels = buffer("temp", temp, c_uint16, temp.size), temp.size
         for frame, v, celsius in zip(stack, vtemps, out):
             self._measure(frame, v, temp)
             if scene_correct:
                 call("radimo_frame_scene_correct", byref(record), table, temp_ptr, self.resolution, 0,
-                     self.height, pointer(celsius, c_float))
+                     self.height, buffer("celsius", celsius, c_float, pixels, True))
             else:
                 call("radimo_frame_to_celsius", None, 0, temp_ptr, self.resolution, 0, self.height,
-                     pointer(celsius, c_float))
+                     buffer("celsius", celsius, c_float, pixels, True))
         return out.reshape(shape)
 
     # ---- Measurements on a raw frame (values in 1/16 K) --------------------------------------

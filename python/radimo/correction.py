@@ -10,7 +10,7 @@ from dataclasses import dataclass
 import numpy as np
 
 from . import _records as R
-from ._arrays import check_integer, check_real, check_table, elementwise, pointer
+from ._arrays import buffer, check_integer, check_real, check_table, elementwise
 from ._lib import call
 
 #: Entries of an environment tau table: 4 humidity classes x 14 ambient rows x 64 distances.
@@ -25,6 +25,13 @@ def raw_table_entries(tau_format):
     return 42 * 88 if tau_format <= 256 else 45 * 88
 
 
+def correction_table_words(words):
+    """Words of a raw correction table that the corrections read: the tau grid its header selects,
+    after the 256-byte header when the table has one."""
+    has_header = words.size >= 4 and words[2] == 0xFFFF and words[3] == 0xFFFF
+    return _RAW_HEADER_WORDS + raw_table_entries(int(words[1])) if has_header else raw_table_entries(0)
+
+
 def correction_table_array(table):
     """A raw correction table as a uint16 array, checked to hold all the tau data its header implies.
 
@@ -35,8 +42,7 @@ def correction_table_array(table):
     if words.ndim != 1 or words.size < 4:
         raise ValueError("correct_table must be a 1-D array of 16-bit words")
     words = check_table("correct_table", words, np.uint16, (words.size,))
-    has_header = words[2] == 0xFFFF and words[3] == 0xFFFF
-    needed = _RAW_HEADER_WORDS + raw_table_entries(int(words[1])) if has_header else raw_table_entries(0)
+    needed = correction_table_words(words)
     if words.size < needed:
         raise ValueError(f"correct_table holds {words.size} words, its layout needs {needed}")
     return words
@@ -97,13 +103,27 @@ def reverse_temp_correct(target, *, tau, ems, ta, tu=None, kelvin=False):
     return _grey_body("reverse_temp_correct", target, tau, ems, ta, tu, kelvin)
 
 
+def scene_record(scene):
+    """The library record of a Scene (anything else is refused before the call)."""
+    if not isinstance(scene, Scene):
+        raise ValueError("scene must be a radimo.Scene")
+    return scene.record()
+
+
+def table_arg(value):
+    """The correction table's 32-bit argument (passed on, not used by the computation)."""
+    return int(check_integer("correct_table_arg", value, 0, 2**32 - 1))
+
+
 def _enhanced(name, temp, scene, correct_table, correct_table_arg):
     table = correction_table_array(correct_table)
-    record, table_ptr, out = scene.record(), pointer(table, c_uint16), c_float()
+    record, out = scene_record(scene), c_float()
+    table_ptr, arg = buffer("correct_table", table, c_uint16, correction_table_words(table)), table_arg(
+        correct_table_arg)
     temp = check_real("temperature", temp, -273.15)
 
     def one(value):
-        call(name, byref(record), table_ptr, correct_table_arg, byref(out), value)
+        call(name, byref(record), table_ptr, arg, byref(out), value)
         return out.value
 
     return elementwise(one, np.float32, temp)
@@ -112,7 +132,7 @@ def _enhanced(name, temp, scene, correct_table, correct_table_arg):
 def enhanced_distance_correct(apparent, scene, correct_table, correct_table_arg=0):
     """Object temperature (degC) of apparent temperatures (degC): the complete two-pass scene
     correction with emissivity, tau and humidity read from the raw correction table."""
-    if scene.dist > 1000.0:
+    if scene_record(scene).dist > 1000.0:
         raise ValueError("dist must lie within [0, 1000] for the forward correction")
     return _enhanced("enhance_distance_temp_correct", apparent, scene, correct_table, correct_table_arg)
 
@@ -132,10 +152,10 @@ def env_tau_array(table):
 def read_tau(tau_table, hum, ta, dist):
     """Interpolated Q14 transmittance of an environment tau table (distance 0.25 .. 50 m)."""
     table = env_tau_array(tau_table)
-    out = c_uint16()
+    table_ptr, out = buffer("tau_table", table, c_uint16, ENV_TAU_ENTRIES), c_uint16()
 
     def one(h, a, d):
-        call("read_tau", pointer(table, c_uint16), byref(out), h, a, d)
+        call("read_tau", table_ptr, byref(out), h, a, d)
         return out.value
 
     return elementwise(one, np.uint16, check_real("hum", hum, 0.0, 1.0), check_real("ta", ta),
@@ -146,14 +166,16 @@ def env_factor(scene, tau_table, nuc_table):
     """Environment factor (KE, BE) of a scene: object NUC = KE * NUC / 16384 - BE."""
     table, nuc = env_tau_array(tau_table), check_table("nuc_table", nuc_table, np.uint16, (8192,))
     factor = R.env_factor_t()
-    call("calc_env_factor_with_dist_and_env_temp", byref(scene.record()), pointer(table, c_uint16),
-         pointer(nuc, c_uint16), byref(factor))
+    call("calc_env_factor_with_dist_and_env_temp", byref(scene_record(scene)),
+         buffer("tau_table", table, c_uint16, ENV_TAU_ENTRIES), buffer("nuc_table", nuc, c_uint16, 8192),
+         byref(factor))
     return factor.KE, factor.BE
 
 
 def _factor_map(name, factor, nuc):
     ke, be = factor
-    record, out = R.env_factor_t(int(ke), int(be)), c_uint16()
+    record = R.env_factor_t(int(check_integer("KE", ke, 0, 2**32 - 1)), int(check_integer("BE", be, -2**31, 2**31 - 1)))
+    out = c_uint16()
 
     def one(value):
         call(name, byref(record), value, byref(out))

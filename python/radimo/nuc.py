@@ -11,7 +11,7 @@ from dataclasses import dataclass, field
 import numpy as np
 
 from . import _records as R
-from ._arrays import check_integer, check_real, check_table, elementwise, pointer
+from ._arrays import buffer, check_integer, check_real, check_table, elementwise
 from ._lib import call
 
 TABLE_LENGTHS = (8192, 16384)
@@ -33,7 +33,7 @@ def generate_nuc_table(c0, c1, c2, gain="high"):
         raise ValueError('gain must be "high" or "low"')
     c0, c1, c2 = (int(v) for v in check_integer("nuc factor", (c0, c1, c2), -2**31, 2**31 - 1))
     table = np.zeros(8192, dtype=np.uint16)
-    call(functions[gain], byref(R.nuc_factor_t(c0, c1, c2)), pointer(table, c_uint16))
+    call(functions[gain], byref(R.nuc_factor_t(c0, c1, c2)), buffer("table", table, c_uint16, 8192, True))
     return table
 
 
@@ -41,7 +41,7 @@ def nuc_to_celsius(nuc_table, nuc):
     """Temperature (degC, float32) of NUC values 0..16383 looked up in a table."""
     table = nuc_table_array(nuc_table)
     nuc = check_integer("nuc", nuc, 0, 16383)
-    table_ptr, out = pointer(table, c_uint16), c_float()
+    table_ptr, out = buffer("nuc_table", table, c_uint16, table.size), c_float()
 
     def one(value):
         call("calc_temperature_with_nuc_t_table_len", table_ptr, value, table.size, byref(out))
@@ -54,7 +54,7 @@ def celsius_to_nuc(nuc_table, celsius):
     """NUC value of the table entry nearest to each temperature (degC), clamped into the table."""
     table = nuc_table_array(nuc_table)
     celsius = check_real("celsius", celsius, -273.15)
-    table_ptr, out = pointer(table, c_uint16), c_uint16()
+    table_ptr, out = buffer("nuc_table", table, c_uint16, table.size), c_uint16()
 
     def one(value):
         call("reverse_calc_NUC_with_nuc_t_table_len", table_ptr, table.size, byref(out), value)
@@ -77,12 +77,20 @@ class KtBt:
     kt: np.ndarray = field(repr=False)
     bt: np.ndarray = field(repr=False)
 
+    def __setattr__(self, name, value):
+        # Every assignment is checked, the constructor's and a later one alike.
+        check = _FIELD_CHECKS.get(name)
+        super().__setattr__(name, value if check is None else check(value))
+
     def __post_init__(self):
-        self.K_Temp = int(check_integer("K_Temp", self.K_Temp, -2**15, 2**15 - 1))
-        self.B_Temp = int(check_integer("B_Temp", self.B_Temp, -2**15, 2**15 - 1))
-        self.Address_CA = int(check_integer("Address_CA", self.Address_CA, 0, 0xFFFF))
-        self.kt = check_table("kt", self.kt, np.uint16, KTBT_LENGTHS)
-        self.bt = check_table("bt", self.bt, np.int16, (self.kt.size,))
+        self.arrays()
+
+    def arrays(self):
+        """(length, kt pointer, bt pointer): the two arrays, checked to be of one length."""
+        n = self.kt.size
+        if self.bt.size != n:
+            raise ValueError(f"kt and bt must be of one length, got {n} and {self.bt.size} entries")
+        return n, buffer("kt", self.kt, c_uint16, n), buffer("bt", self.bt, c_int16, n)
 
     @property
     def version3(self):
@@ -90,12 +98,13 @@ class KtBt:
         return self.kt.size == 3601
 
     def _record(self, vtemp):
-        return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, pointer(self.kt, c_uint16),
-                                      pointer(self.bt, c_int16), vtemp)
+        # The correction reads the entry at the clamped index: up to entry 1200, or 3600 for version 3.
+        _, kt, bt = self.arrays()
+        return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, kt, bt, vtemp)
 
     def calib_param(self, **fields):
         """second_calib_param_t with this mapping and the arrays' length, plus the given fields."""
-        n = self.kt.size
+        n = self.arrays()[0]
         return R.second_calib_param_t(K_Temp=self.K_Temp, B_Temp=self.B_Temp, Address_CA=self.Address_CA,
                                       ktbt_array_len=n, ktbt_index_len=n, **fields)
 
@@ -116,7 +125,7 @@ class KtBt:
         """Raw responses that the correction maps onto the given NUC values."""
         vtemp = int(check_integer("vtemp", vtemp, 0, 0xFFFF))
         param = self.calib_param()
-        kt, bt, out = pointer(self.kt, c_uint16), pointer(self.bt, c_int16), c_uint16()
+        (_, kt, bt), out = self.arrays(), c_uint16()
 
         function = "reverse_ktbt_correct_with_version3" if self.version3 else "reverse_ktbt_correct"
 
@@ -134,7 +143,7 @@ class KtBt:
         """
         table = check_table("nuc_table", nuc_table, np.uint16, (8192,))
         record = self._record(int(check_integer("vtemp", vtemp, 0, 0xFFFF)))
-        table_ptr, nuc, out = pointer(table, c_uint16), c_uint16(), c_uint16()
+        table_ptr, nuc, out = buffer("nuc_table", table, c_uint16, 8192), c_uint16(), c_uint16()
 
         def one(value):
             if self.version3:
@@ -146,5 +155,13 @@ class KtBt:
 
         return elementwise(one, np.uint16, check_integer("raw", raw, 0, 0xFFFF))
 
+
+_FIELD_CHECKS = {
+    "K_Temp": lambda v: int(check_integer("K_Temp", v, -2**15, 2**15 - 1)),
+    "B_Temp": lambda v: int(check_integer("B_Temp", v, -2**15, 2**15 - 1)),
+    "Address_CA": lambda v: int(check_integer("Address_CA", v, 0, 0xFFFF)),
+    "kt": lambda v: check_table("kt", v, np.uint16, KTBT_LENGTHS),
+    "bt": lambda v: check_table("bt", v, np.int16, KTBT_LENGTHS),
+}
 
 __all__ = ["generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc", "KtBt"]

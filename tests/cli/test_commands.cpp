@@ -1,7 +1,11 @@
 // The radimo program on small generated files: its numbers against direct
 // library calls on the same data, and every failure's exit code.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "cli_fixture.h"
@@ -154,6 +158,12 @@ TEST_F(Commands, MeasureJsonMatchesTheLibrary) {
         EXPECT_EQ(j["avg"]["value"], t.avg_temp);
         EXPECT_EQ(j["alarm"], "above");  // the generated frame runs up to about 90 degC
     }
+    // --csv: the same records, one row per region, the frame index first and absent fields empty.
+    const RunResult csv = radimo("measure t.png --point 3,4 --rect 2,2,6,5 --csv");
+    ASSERT_EQ(csv.exit_code, 0) << csv.err;
+    EXPECT_THAT(csv.out, ::testing::StartsWith("frame,label,kind,x,y,value,celsius,w,h,max.value,"));
+    EXPECT_THAT(csv.out, HasSubstr("\n0,P1,point,3,4," + std::to_string(point) + ","));
+    EXPECT_THAT(csv.out, HasSubstr("\n0,R1,rect,2,2,,,6,5," + std::to_string(rect.max_temp) + ","));
 }
 
 TEST_F(Commands, RenderAndTables) {
@@ -285,6 +295,16 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
     fs::create_directory(path("zero"));
     for (const auto &e : fs::directory_iterator(path("camera"))) fs::copy(e.path(), path("zero"));
     write_u16_file(path("zero/nuc_table.bin"), camera.nuc_table.data(), 8192);
+    write_frames("k16.png", {k16});
+    fs::create_symlink("k16.png", path("linked.png"));
+    fs::create_hard_link(path("k16.png"), path("hard.png"));
+    write_frames("two.tiff", {k16, k16});
+    std::string two;
+    {
+        std::ifstream in(path("two.tiff"), std::ios::binary);
+        two.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    std::ofstream(path("cut.tiff"), std::ios::binary) << two.substr(0, two.size() - 9);
     const auto before = listing();
 
     const struct {
@@ -308,7 +328,18 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         {"table lookup --camera zero --temp 30", 3,
          "reverse_calc_NUC_with_nuc_t failed: RADIMO_ERR_PARAM (-1100)"},
         {"recal double-point --camera camera --high 90,9600,1 --low 30,7200,2 -o camera", 2,
-         "must not replace"},
+         "-o camera: the output would overwrite the input camera"},
+        {"recal multi-point --camera camera --point 40,41 --point 70,69 -o .", 2,
+         "-o .: the output would replace the directory holding the input camera"},
+        {"render k16.png -o k16.png", 2, "-o k16.png: the output would overwrite the input k16.png"},
+        {"render k16.png -o linked.png", 2, "-o linked.png: the output would overwrite the input k16.png"},
+        {"render k16.png -o hard.png", 2, "-o hard.png: the output would overwrite the input k16.png"},
+        {"convert raw.tiff --camera camera --format csv -o camera/camera.json", 2,
+         "the output would overwrite the input camera/camera.json"},
+        {"convert raw.tiff --camera camera -o -", 2, "-: give --format (tiff, png, pgm or csv)"},
+        {"table generate --nuc-factor -5645,9300000,104858 -o /dev/full", 4,
+         "cannot write /dev/full: No space left on device"},
+        {"measure cut.tiff", 2, "cut.tiff: page 1: "},
         {"recal multi-point --camera camera --point 40,41 -o x", 2, "at least two"},
         {"recal double-point --camera camera --high 90,9600,100 --low 30,7200,100 -o x", 2,
          "same raw response"},
@@ -343,6 +374,54 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         EXPECT_THAT(r.err, HasSubstr(c.message)) << c.args;
         EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << c.args << "\n" << r.err;
         EXPECT_EQ(listing(), before) << c.args;
+    }
+}
+
+TEST_F(Commands, OutputsGoThroughLinksIntoDevicesAndToStandardOutput) {
+    const std::string table = "table generate --nuc-factor -5645,9300000,104858 ";
+    // -: the table on standard output, the report on standard error.
+    RunResult r = radimo(table + "-o -");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(r.out.size(), 8192u * 2);
+    EXPECT_THAT(r.err, HasSubstr("-: 8192 entries"));
+    // A device is written into, not replaced.
+    ASSERT_EQ(radimo(table + "-o /dev/null").exit_code, 0);
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    // Through a symbolic link (dangling or not): the file it leads to, the link kept.
+    fs::create_symlink("real.bin", path("link.bin"));
+    ASSERT_EQ(radimo(table + "-o link.bin").exit_code, 0);
+    ASSERT_EQ(radimo(table + "-o link.bin").exit_code, 0);
+    EXPECT_TRUE(fs::is_symlink(path("link.bin")));
+    EXPECT_EQ(fs::file_size(path("real.bin")), 8192u * 2);
+    // Frames to standard output in a format given by --format.
+    write_small_camera();
+    write_frames("raw.tiff", {raw_frame(16, 12, 4)});
+    r = radimo("convert raw.tiff --camera camera --to kelvin16 --format pgm -o -");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(r.out.rfind("P5\n", 0), 0u);
+    EXPECT_EQ(listing(), (std::vector<std::string>{"camera", "link.bin", "raw.tiff", "real.bin"}));
+
+    // A temporary left by a killed process is removed by the next write of its output; one of a
+    // process still running is not.
+    const pid_t gone = fork();
+    if (gone == 0) _exit(0);
+    waitpid(gone, nullptr, 0);
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
+    const auto temporary = [&](pid_t pid) {
+        return ".real.bin.radimo-" + std::string(host) + "-" + std::to_string(pid) + ".0.tmp";
+    };
+    std::ofstream(path(temporary(gone))) << "half";
+    std::ofstream(path(temporary(getpid()))) << "half";
+    ASSERT_EQ(radimo(table + "-o real.bin").exit_code, 0);
+    EXPECT_FALSE(fs::exists(path(temporary(gone))));
+    EXPECT_TRUE(fs::exists(path(temporary(getpid()))));
+
+    // Standard output that cannot be written is exit code 4, for help text too.
+    for (const std::string &args : {std::string("--help"), std::string("measure --help"), table + "-o -"}) {
+        const std::string command = "'" RADIMO_EXE "' " + args + " > /dev/full 2> /dev/null";
+        const int status = std::system(command.c_str());
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 4) << args;
     }
 }
 

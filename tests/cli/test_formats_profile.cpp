@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "cli_fixture.h"
@@ -144,6 +145,87 @@ TEST_F(FrameFiles, HeaderLargerThanTheFileIsRefusedBeforeAllocating) {
     EXPECT_NE(message.find("image 0 is truncated"), std::string::npos) << message;
 }
 
+// Two raw frames with their vtemps, as raw.tiff of `radimo demo` holds them; the file's bytes.
+std::vector<uint8_t> two_page_tiff(const fs::path &p) {
+    Frame a = raw_frame(8, 6, 1), b = raw_frame(8, 6, 2);
+    a.vtemp = 7200;
+    b.vtemp = 9600;
+    auto writer = create_frame_writer(FileFormat::kTiff, p, p.string());
+    writer->write(a);
+    writer->write(b);
+    writer->close();
+    std::ifstream in(p, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// A page of `rows` one-row strips that all point at the same row: a small
+// file claiming a large page.
+std::vector<uint8_t> shared_strip_tiff(uint32_t width, uint32_t rows) {
+    std::vector<uint8_t> b = {'I', 'I', 42, 0};
+    const auto u16 = [&](uint32_t v) { b.push_back(v & 0xFF), b.push_back((v >> 8) & 0xFF); };
+    const auto u32 = [&](uint32_t v) { u16(v & 0xFFFF), u16(v >> 16); };
+    const uint32_t offsets = 8 + 2 * width, counts = offsets + 4 * rows;
+    u32(counts + 4 * rows);  // the directory, after the row and the two strip tables
+    for (uint32_t x = 0; x < width; ++x) u16(1000 + x);
+    for (uint32_t s = 0; s < rows; ++s) u32(8);
+    for (uint32_t s = 0; s < rows; ++s) u32(2 * width);
+    const uint32_t entries[][4] = {{256, 4, 1, width}, {257, 4, 1, rows}, {258, 3, 1, 16},
+                                   {259, 3, 1, 1},     {262, 3, 1, 1},    {273, 4, rows, offsets},
+                                   {277, 3, 1, 1},     {278, 4, 1, 1},    {279, 4, rows, counts}};
+    u16(9);
+    for (const auto &e : entries) u16(e[0]), u16(e[1]), u32(e[2]), u32(e[3]);
+    u32(0);
+    return b;
+}
+
+void write_bytes(const fs::path &p, const std::vector<uint8_t> &bytes) {
+    std::ofstream(p, std::ios::binary)
+        .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+// Reads every frame of a file; the refusal, if any.
+std::pair<Exit, std::string> read_everything(const fs::path &p) {
+    return failure([&] {
+        auto reader = open_frame_file(p, std::nullopt);
+        for (Frame f; reader->next(f);) {
+        }
+    });
+}
+
+TEST_F(FrameFiles, TruncatedOrForgedFilesAreRefusedNamingThePage) {
+    const std::vector<uint8_t> whole = two_page_tiff(path("two.tiff"));
+    EXPECT_EQ(read_everything(path("two.tiff")).first, Exit::kOk);
+    // Cut short: the second page's metadata (its vtemp) lost at the end of the file, or the
+    // file ending where the second page begins. Neither is read as far as it goes.
+    TIFF *tiff = TIFFOpen(path("two.tiff").c_str(), "r");
+    TIFFSetDirectory(tiff, 1);
+    const auto second = static_cast<std::ptrdiff_t>(TIFFGetStrileOffset(tiff, 0));
+    TIFFClose(tiff);
+    write_bytes(path("cut.tiff"), {whole.begin(), whole.end() - 9});
+    write_bytes(path("first.tiff"), {whole.begin(), whole.begin() + second});
+    // 4096 strips all pointing at one row: a 32 KB file claiming a 512 KB page (the 655 KB
+    // original claimed 65535 x 65535 and needed more than 3 GB).
+    write_bytes(path("shared.tiff"), shared_strip_tiff(64, 4096));
+    // A PNG whose metadata chunk is damaged (libpng drops it with a warning, and with it the unit).
+    Frame k16 = raw_frame(4, 3, 3);
+    k16.unit = Unit::kKelvin16;
+    write_frames("damaged.png", {k16});
+    std::ifstream in(path("damaged.png"), std::ios::binary);
+    std::string png{std::istreambuf_iterator<char>(in), {}};
+    png[png.find("kelvin16")] ^= 1;
+    std::ofstream(path("damaged.png"), std::ios::binary) << png;
+    const std::pair<const char *, const char *> cases[] = {
+        {"damaged.png", ": is damaged ("},
+        {"cut.tiff", ": page 1: "},
+        {"first.tiff", ": page 1: "},
+        {"shared.tiff", ": page 0 claims 64x4096 samples, more than its strips (524288 bytes in a "}};
+    for (const auto &[name, message] : cases) {
+        const auto [exit, text] = read_everything(path(name));
+        EXPECT_EQ(exit, Exit::kUsage) << name;
+        EXPECT_THAT(text, ::testing::HasSubstr(path(name).string() + message)) << text;
+    }
+}
+
 using Profiles = CliTest;
 
 TEST_F(Profiles, WrittenProfileLoadsAsIt) {
@@ -167,50 +249,82 @@ TEST_F(Profiles, WrittenProfileLoadsAsIt) {
     EXPECT_EQ(changed.correct_table[7], 2);
 }
 
-TEST_F(Profiles, EveryBadFieldIsOneUsageErrorNamingIt) {
-    using Edit = std::function<void(nlohmann::json &, const fs::path &)>;
-    const auto set = [](const char *pointer, nlohmann::json value) -> Edit {
-        return [=](nlohmann::json &j, const fs::path &) { j[nlohmann::json::json_pointer(pointer)] = value; };
-    };
-    const struct {
-        Edit edit;
-        const char *message;
-    } cases[] = {
-        {set("/format_version", 2), "format_version: 2 is not supported"},
-        {set("/extra", 1), "extra: unknown key"},
-        {set("/scene/emisivity", 0.9), "scene.emisivity: unknown key"},
-        {set("/resolution/width", "640"), "resolution.width: must be an integer"},
-        {set("/gain", "medium"), "gain: 'medium' must be"},
-        {set("/ktbt/entries", 2000), "ktbt.entries: 2000 must be 1201 or 3601"},
-        {set("/ktbt/K_Temp", 40000), "ktbt.K_Temp: 40000 is outside"},
-        {set("/scene/humidity", 1.5), "scene.humidity: 1.5 is outside 0..1"},
-        {set("/correct_table/file", "../x.bin"), "correct_table.file: must be a file name"},
-        {[](nlohmann::json &, const fs::path &d) { fs::resize_file(d / "kt.bin", 2400); },
-         "ktbt.kt_file: " /* ... */},
-        {[](nlohmann::json &j, const fs::path &) { j.erase("vtemp"); }, "vtemp: missing"},
-        {[](nlohmann::json &j, const fs::path &d) {
-             j["correct_table"]["words"] = 3000;
-             fs::resize_file(d / "correct_table.bin", 6000);
-         },
-         "correct_table.words: 3000 words are too few: format 300 needs 4088"},
-    };
-    for (const auto &c : cases) {
-        write_small_camera();
-        const fs::path json_path = path("camera") / "camera.json";
-        nlohmann::json j = nlohmann::json::parse(std::ifstream(json_path));
-        c.edit(j, path("camera"));
-        std::ofstream(json_path) << j.dump();
-        const auto [exit, message] = failure([&] { load_profile(path("camera")); });
-        EXPECT_EQ(exit, Exit::kUsage) << c.message;
-        EXPECT_THAT(message, ::testing::HasSubstr(c.message));
-        EXPECT_THAT(message, ::testing::HasSubstr("camera.json"));
-        fs::remove_all(path("camera"));
+// A camera directory holding camera.json and the tables tests/data/profiles/verdicts.txt describes.
+void camera_directory(const fs::path &dir, const std::string &camera_json) {
+    fs::create_directories(dir);
+    const std::pair<const char *, std::size_t> tables[] = {{"nuc_table.bin", 8192},
+                                                           {"kt.bin", 1201},
+                                                           {"bt.bin", 1201},
+                                                           {"kt_long.bin", 3601},
+                                                           {"bt_long.bin", 3601},
+                                                           {"correct_table.bin", 4088},
+                                                           {"correct_short.bin", 3000},
+                                                           {"correct_plain.bin", 3584},
+                                                           {"env_tau.bin", 3584}};
+    for (const auto &[name, words] : tables) {
+        std::vector<uint16_t> table(words);
+        if (std::string(name).rfind("correct_", 0) == 0 && std::string(name) != "correct_plain.bin")
+            table[1] = 300, table[2] = table[3] = 0xFFFF;
+        write_u16_file(dir / name, table.data(), table.size());
     }
-    std::ofstream(path("broken.json")) << "{";
-    fs::create_directory(path("broken"));
-    fs::rename(path("broken.json"), path("broken") / "camera.json");
-    EXPECT_THAT(failure([&] { load_profile(path("broken")); }).second,
-                ::testing::HasSubstr("not valid JSON"));
+    std::ofstream(dir / "camera.json", std::ios::binary) << camera_json;
+}
+
+// "accepted", or the message after "<dir>/camera.json: ".
+std::string verdict(const fs::path &dir, const std::vector<ProfileOverride> &overrides = {}) {
+    const auto [exit, message] = failure([&] { load_profile(dir, overrides); });
+    if (exit == Exit::kOk) return "accepted";
+    EXPECT_EQ(exit, Exit::kUsage) << message;
+    const std::string prefix = (dir / "camera.json").string() + ": ";
+    return message.rfind(prefix, 0) == 0 ? message.substr(prefix.size()) : message;
+}
+
+std::string slurp(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST_F(Profiles, EachSharedFixtureGetsItsVerdict) {
+    const fs::path fixtures = RADIMO_PROFILE_FIXTURES;
+    std::ifstream list(fixtures / "verdicts.txt");
+    int count = 0;
+    for (std::string line; std::getline(list, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        const std::size_t tab = line.find('\t');
+        const std::string name = line.substr(0, tab);
+        std::string expected = line.substr(tab + 1);
+        const fs::path dir = path("cam-" + std::to_string(++count));
+        camera_directory(dir, slurp(fixtures / name));
+        if (const std::size_t at = expected.find("{dir}"); at != std::string::npos)
+            expected.replace(at, 5, dir.string());
+        EXPECT_EQ(verdict(dir), expected) << name;
+    }
+    EXPECT_GT(count, 40);
+}
+
+TEST_F(Profiles, DocumentsTooDeepOrTooLargeAreRefusedBeforeParsing) {
+    // 300,000 open brackets (600 KB with their closing ones) once overflowed the stack.
+    camera_directory(path("deep"), "{\"x\":" + std::string(300000, '[') + std::string(300000, ']') + "}");
+    EXPECT_EQ(verdict(path("deep")), "nested deeper than 16 levels");
+    const std::string full = slurp(fs::path(RADIMO_PROFILE_FIXTURES) / "good_full.json");
+    const auto padded = [&](std::size_t size) {
+        return full.substr(0, full.size() - 2) + std::string(size - full.size(), ' ') +
+               full.substr(full.size() - 2);
+    };
+    camera_directory(path("large"), padded(CameraProfile::kMaxJsonBytes + 1));
+    EXPECT_EQ(verdict(path("large")), "1048577 bytes is more than a camera profile may hold (1048576)");
+    camera_directory(path("large"), padded(CameraProfile::kMaxJsonBytes));
+    EXPECT_EQ(verdict(path("large")), "accepted");
+
+    // --set: a deep VALUE or FIELD is refused when the option is read, its text shown cut short.
+    for (const std::string &set : {"x=" + std::string(60000, '['), "a" + std::string(40, '.') + "b=1"}) {
+        const auto [exit, message] = failure([&] { parse_set_option(set); });
+        EXPECT_EQ(exit, Exit::kUsage);
+        EXPECT_THAT(message, ::testing::HasSubstr("is nested deeper than 16 levels"));
+        EXPECT_LT(message.size(), 160u);
+    }
+    EXPECT_EQ(verdict(path("large"), {parse_set_option("x=" + std::string(16, '[') + std::string(16, ']'))}),
+              "--set x=[[[[[[[[[[[[[[[[]]]]]]]]]]]]]]]] (x): unknown key");
     EXPECT_THAT(failure([&] { load_profile(path("none")); }).second,
                 ::testing::HasSubstr("no such camera directory"));
 }

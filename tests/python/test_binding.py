@@ -1,7 +1,10 @@
 """The binding gives the C library's results, refuses bad input before the call, and reports
 library failures as RadimoError with the library's own messages."""
 import concurrent.futures
+import subprocess
+import sys
 from ctypes import CFUNCTYPE, POINTER, byref, c_char_p, c_float, c_int16, c_uint16, c_void_p, cast
+from pathlib import Path
 
 import numpy as np
 import pytest
@@ -200,3 +203,35 @@ def test_threads_keep_their_own_messages(nuc_table):
         results = list(pool.map(work, range(16)))
     assert all(r == ["get_point_temp: the point is invalid"] for r in results[1::2])
     assert results[0::2] == [len(range(i, 16384, 3)) for i in range(0, 16, 2)]
+
+
+def test_every_length_passed_is_checked_against_its_array(nuc_table, ktbt, correct_table):
+    # The reproduction: a 1201-entry KtBt with table_len 2000 once read and wrote past both arrays.
+    param = R.multi_point_kt_param_t(mode=0, point_num=2, ref_index=1, table_len=2000, ref_position=600)
+    with pytest.raises(ValueError, match="param.table_len is 2000; the KT/BT arrays hold 1201 entries"):
+        radimo.new_kt_bt(param, ktbt)
+    # Arrays replaced after the checks, through the attribute or behind it.
+    spoiled = radimo.KtBt(ktbt.K_Temp, ktbt.B_Temp, ktbt.Address_CA, ktbt.kt, ktbt.bt)
+    with pytest.raises(ValueError, match="kt must be a 1-D array of 1201 or 3601 entries"):
+        spoiled.kt = ktbt.kt[:5]
+    object.__setattr__(spoiled, "bt", ktbt.bt[:1200])
+    with pytest.raises(ValueError, match="kt and bt must be of one length"):
+        spoiled.correct(8000, VTEMP)
+    object.__setattr__(spoiled, "bt", ktbt.bt[::-1])  # a view whose data pointer is its last entry
+    with pytest.raises(ValueError, match="bt must be a C-contiguous int16 array"):
+        spoiled.correct(8000, VTEMP)
+    long = radimo.KtBt(ktbt.K_Temp, ktbt.B_Temp, ktbt.Address_CA, np.resize(ktbt.kt, 3601), np.resize(ktbt.bt, 3601))
+    with pytest.raises(ValueError, match="the new KT/BT arrays hold 3601 entries, the old ones 1201"):
+        radimo.calibration_point_nuc(ktbt, long, nuc_table, 50.0, 51.0, VTEMP)
+    with pytest.raises(ValueError, match="correct_table_arg must lie within"):
+        radimo.enhanced_distance_correct(20.0, radimo.Scene(1.0, 0.9, 0.5, 20, 20), correct_table, 2**32)
+    with pytest.raises(ValueError, match="points must be"):
+        radimo.new_nuc_table(np.repeat(nuc_table, 2), [5, 6, 7])
+
+
+def test_the_binding_fuzzing_harness_runs_clean():
+    # fuzz/run drives it for longer, on the sanitized library; here it checks the binding's refusals.
+    harness = Path(__file__).resolve().parents[2] / "fuzz" / "fuzz_binding.py"
+    done = subprocess.run([sys.executable, str(harness), "3", "--seed", "7"], capture_output=True, text=True)
+    assert done.returncode == 0, done.stderr[-3000:]
+    assert "calls in 3 s" in done.stdout

@@ -90,28 +90,3 @@ def test_to_celsius_equals_the_per_pixel_functions_and_refuses_bad_input(demo, t
                 lambda: radimo.Scene(2.0, float("inf"), 0.5, 20, 20)):
         with pytest.raises(ValueError):
             bad()
-
-
-PROFILE_PROBLEMS = [  # (field, value or None to delete, message after "<dir>/camera.json: ")
-    ("scene.humidity", 1.5, "scene.humidity: 1.5 is outside 0..1"),
-    ("ktbt.K_Temp", "4096", "ktbt.K_Temp: must be an integer"),
-    ("vtemp", True, "vtemp: must be an integer"),
-    ("ktbt.colour", 3, "ktbt.colour: unknown key"),
-    ("scene.ambient_c", None, "scene.ambient_c: missing"),
-    ("format_version", 2, "format_version: 2 is not supported (this radimo reads version 1)"),
-    ("ktbt.kt_file", "../kt.bin", "ktbt.kt_file: must be a file name inside the camera directory"),
-    ("correct_table.words", 4000, "correct_table.file: {dir}/correct_table.bin is 8176 bytes; 4000 entries need "
-                                  "8000"),
-]
-
-
-@pytest.mark.parametrize("field, value, message", PROFILE_PROBLEMS)
-def test_bad_profiles_are_refused_as_the_tool_refuses_them(demo, tmp_path, field, value, message):
-    bad = edited_camera(demo, tmp_path, field, value)
-    expected = f"{bad}/camera.json: {message.format(dir=bad)}"
-    with pytest.raises(ValueError) as refused:
-        radimo.Camera(bad)
-    assert str(refused.value) == expected
-    tool = subprocess.run([RADIMO_EXE, "convert", "none.raw", "--size", "640x512", "--camera", str(bad), "-o",
-                           str(tmp_path / "x.tiff")], capture_output=True, text=True)
-    assert tool.returncode == 2 and expected in tool.stderr

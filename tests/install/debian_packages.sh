@@ -1,0 +1,125 @@
+#!/usr/bin/env bash
+# Builds the Debian packages the way README says (the package preset, here in <work>/build),
+# then checks them as their user would meet them:
+#   - one package per component, each with its control fields (version, architecture,
+#     maintainer, section, dependencies) and only its own files, all under /usr, owned by root;
+#     apt could install them here (simulated);
+#   - the library registered for dpkg-shlibdeps (shlibs) and ldconfig triggered on install;
+#   - ELF files stripped, with their debug info in the -dbgsym packages under their build id,
+#     no run path, and no packaged file naming the source or build directory;
+#   - extracted into a temporary root (dpkg -x), a C consumer builds against that root through
+#     pkg-config and through the CMake package and runs, and the extracted radimo answers
+#     --version.
+#   debian_packages.sh <source dir> <work dir> <version> <C compiler> <C++ compiler>
+set -euo pipefail
+src=$1 work=$2 version=$3 cc=$4 cxx=$5
+major=${version%%.*}
+arch=$(dpkg --print-architecture)
+triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+fail() {
+    echo "debian_packages: $*" >&2
+    exit 1
+}
+
+# The package tree is kept between runs (an incremental build); its packages are not.
+build=$work/build
+rm -rf "$build/packages" "$work/control" "$work/root" "$work/debug" "$work/cmake_consumer"
+quiet() { "$@" >"$work/output" 2>&1 || { cat "$work/output"; fail "failed: $*"; }; }
+mkdir -p "$work"
+(cd "$src" && quiet cmake --preset package -B "$build" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx")
+quiet cmake --build "$build" -j2
+(cd "$build" && quiet cpack --config CPackConfig.cmake)
+debs=$build/packages
+runtime=libradimo$major
+
+# The packages and their debug-info companions, by Debian's file names.
+expected=$(printf '%s\n' "${runtime}_${version}_$arch.deb" "${runtime}-dbgsym_${version}_$arch.ddeb" \
+    "libradimo-dev_${version}_$arch.deb" "radimo-tools_${version}_$arch.deb" \
+    "radimo-tools-dbgsym_${version}_$arch.ddeb" | sort)
+built=$(cd "$debs" && printf "%s\n" *.deb *.ddeb | sort)
+[ "$built" = "$expected" ] || fail "packages: $built"
+
+deb() { echo "$debs/$1_${version}_$arch.deb"; }
+field() { dpkg-deb --field "$(deb "$1")" "$2"; }
+for package in "$runtime" libradimo-dev radimo-tools; do
+    [ "$(field "$package" Package)" = "$package" ] || fail "$package: Package field"
+    [ "$(field "$package" Version)" = "$version" ] || fail "$package: Version $(field "$package" Version)"
+    [ "$(field "$package" Architecture)" = "$arch" ] || fail "$package: Architecture"
+    [[ "$(field "$package" Maintainer)" =~ ^[^\<]+\ \<[^@]+@[^\>]+\>$ ]] || fail "$package: Maintainer"
+    [[ "$(field "$package" Description)" == *libradimo* ]] || fail "$package: Description"
+    # Every packaged file under /usr, owned by root.
+    contents=$(dpkg-deb --contents "$(deb "$package")")
+    awk '$2 != "root/root" || ($6 != "./" && $6 !~ /^\.\/usr\//) { bad = 1 } END { exit bad }' <<<"$contents" ||
+        fail "$package: files outside /usr or not owned by root: $contents"
+done
+[ "$(field "$runtime" Section)/$(field libradimo-dev Section)/$(field radimo-tools Section)" = \
+    "libs/libdevel/science" ] || fail "sections"
+
+# Each file in the package its user looks for it in (directories left out).
+files() { dpkg-deb --contents "$(deb "$1")" | awk '$1 !~ /^d/ { print $6 $7 $8 }' | sort | tr '\n' ' '; }
+lib=./usr/lib/$triplet
+doc=./usr/share/doc
+[ "$(files "$runtime")" = "$lib/libradimo.so.$major->libradimo.so.$version $lib/libradimo.so.$version \
+$doc/$runtime/changelog.gz $doc/$runtime/copyright " ] || fail "$runtime files: $(files "$runtime")"
+[ "$(files libradimo-dev)" = "./usr/include/libradimo.h $lib/cmake/radimo/radimoConfig.cmake \
+$lib/cmake/radimo/radimoConfigVersion.cmake $lib/cmake/radimo/radimoTargets-relwithdebinfo.cmake \
+$lib/cmake/radimo/radimoTargets.cmake $lib/libradimo.so->libradimo.so.$major $lib/pkgconfig/radimo.pc \
+$doc/libradimo-dev/changelog.gz $doc/libradimo-dev/copyright " ] || fail "libradimo-dev files: $(files libradimo-dev)"
+[ "$(files radimo-tools)" = "./usr/bin/radimo $doc/radimo-tools/changelog.gz $doc/radimo-tools/copyright " ] ||
+    fail "radimo-tools files: $(files radimo-tools)"
+
+# Dependencies: the system libraries found by dpkg-shlibdeps, the library at this exact
+# version for the development files and the tool, the font the tool draws with.
+depends() { field "$1" Depends | tr ',' '\n' | sed 's/^ *//' | sort | tr '\n' ';'; }
+for needed in "libc6 (>=" "libstdc++6 (>="; do
+    [[ "$(depends "$runtime")" == *"$needed"* ]] || fail "$runtime depends: $(depends "$runtime")"
+done
+[ "$(depends libradimo-dev)" = "$runtime (= $version);" ] || fail "libradimo-dev depends: $(depends libradimo-dev)"
+for needed in "$runtime (= $version);" "fonts-dejavu-core;" "libtiff6 (>=" "libpng16-16 (>=" "libcairo2 (>="; do
+    [[ "$(depends radimo-tools)" == *"$needed"* ]] || fail "radimo-tools depends: $(depends radimo-tools)"
+done
+# apt could install the three together on this system: every dependency can be met.
+if command -v apt-get >/dev/null; then
+    quiet apt-get install --simulate --no-install-recommends "$(deb "$runtime")" "$(deb libradimo-dev)" \
+        "$(deb radimo-tools)"
+fi
+# Programs built against the library depend on it from this version on; dpkg runs ldconfig.
+control=$work/control
+dpkg-deb --control "$(deb "$runtime")" "$control"
+[ "$(cat "$control/shlibs")" = "libradimo $major $runtime (>= $version)" ] || fail "shlibs: $(cat "$control/shlibs")"
+[ "$(cat "$control/triggers")" = "activate-noawait ldconfig" ] || fail "no ldconfig trigger"
+
+# Extract everything into a temporary root, the debug info into another.
+root=$work/root debug=$work/debug
+for package in "$debs"/*.deb; do dpkg -x "$package" "$root"; done
+for package in "$debs"/*.ddeb; do dpkg -x "$package" "$debug"; done
+for elf in "$root/usr/lib/$triplet/libradimo.so.$version" "$root/usr/bin/radimo"; do
+    dynamic=$(readelf -d "$elf")
+    ! grep -Eq '\((RPATH|RUNPATH)\)' <<<"$dynamic" || fail "$elf has a run path"
+    sections=$(readelf -S "$elf")
+    ! grep -Eq ' \.(symtab|debug_info) ' <<<"$sections" || fail "$elf is not stripped"
+    id=$(readelf -n "$elf" | sed -n 's/^ *Build ID: //p')
+    readelf -S "$debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" 2>/dev/null | grep -q ' \.debug_info ' ||
+        fail "$elf: no debug info for build id $id"
+done
+readelf -d "$root/usr/lib/$triplet/libradimo.so.$version" | grep -q "Library soname: \[libradimo.so.$major\]" ||
+    fail "SONAME"
+! grep -rlF -e "$src" -e "$work" "$root" || fail "packaged files above name the source or build directory"
+
+# A consumer through pkg-config, the paths of radimo.pc moved under the root.
+pc=$root/usr/lib/$triplet/pkgconfig/radimo.pc
+grep -qx 'prefix=/usr' "$pc" || fail "radimo.pc: $(cat "$pc")"
+grep -qx "libdir=\${prefix}/lib/$triplet" "$pc" || fail "radimo.pc: $(cat "$pc")"
+flags=$(PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$root/usr/lib/$triplet/pkgconfig pkg-config --cflags --libs radimo)
+# shellcheck disable=SC2086
+"$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$src/tests/install/consumer.c" $flags -lm
+export LD_LIBRARY_PATH=$root/usr/lib/$triplet
+"$work/pc_consumer"
+# A consumer through the CMake package.
+cmake -S "$src/tests/install/cmake_consumer" -B "$work/cmake_consumer" -DCMAKE_C_COMPILER="$cc" \
+    -DCMAKE_PREFIX_PATH="$root/usr" -DCONSUMER_SOURCE="$src/tests/install/consumer.c" >/dev/null
+cmake --build "$work/cmake_consumer" >/dev/null
+"$work/cmake_consumer/consumer"
+# The tool.
+[ "$("$root/usr/bin/radimo" --version)" = "radimo $version (libradimo V$version)" ] || fail "radimo --version"
+echo "debian_packages: ok:" "${built//$'\n'/ }"
