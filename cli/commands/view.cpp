@@ -171,7 +171,9 @@ void run_view(const ViewOptions &o) {
     view::Session session(std::move(source), std::move(settings));
 
     httplib::Server http;
-    http.new_task_queue = [] { return new httplib::ThreadPool(6); };
+    // A browser keeps up to six connections to a server, each held by a thread while it is open:
+    // enough threads for two pages and the downloads beside them.
+    http.new_task_queue = [] { return new httplib::ThreadPool(view::kThreads); };
     const int bound = port == 0 ? http.bind_to_any_port(host) : (http.bind_to_port(host, port) ? port : -1);
     if (bound < 0)
         fail_io("cannot listen on " + host + ":" + std::to_string(port) +

@@ -15,11 +15,11 @@ using httplib::Response;
 
 void send_error(Response &res, int status, const std::string &message) {
     res.status = status;
-    res.set_content(nlohmann::json{{"error", message}}.dump(), "application/json");
+    res.set_content(json_text(nlohmann::ordered_json{{"error", message}}), "application/json");
 }
 
 void send_json(Response &res, const nlohmann::ordered_json &j) {
-    res.set_content(j.dump(2) + "\n", "application/json");
+    res.set_content(json_text(j, 2) + "\n", "application/json");
 }
 
 // A request's value of `key`, or nullopt when it has none.
@@ -183,6 +183,7 @@ void install_routes(httplib::Server &http, Session &session, const Access &acces
     http.set_payload_max_length(kMaxBody);
     http.set_tcp_nodelay(true);  // a response is written in pieces: no 40 ms wait for a delayed ACK
     http.set_keep_alive_timeout(2);
+    http.set_keep_alive_max_count(10000);  // a live page asks 30 times a second on the same connection
     http.set_read_timeout(5);
     http.set_write_timeout(5);
     // The page loads nothing from elsewhere and is never framed; the token in its URL never leaves

@@ -30,6 +30,8 @@ void install_routes(httplib::Server &http, Session &session, const Access &acces
 
 // The largest request body taken (a scene change is a few hundred bytes).
 inline constexpr std::size_t kMaxBody = 64 * 1024;
+// Threads serving connections.
+inline constexpr std::size_t kThreads = 16;
 // The longest a frame request waits for a live frame.
 inline constexpr int kMaxWaitMilliseconds = 5000;
 

@@ -68,6 +68,11 @@ ordered_json band_json(const std::optional<std::pair<float, float>> &band) {
 
 }  // namespace
 
+std::string json_text(const nlohmann::ordered_json &j, int indent) {
+    // Texts from a request or a file name need not be UTF-8: shown with U+FFFD, never refused.
+    return j.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
 Session::Session(std::unique_ptr<FrameSource> source, SessionSettings settings)
     : source_(std::move(source)), settings_(std::move(settings)) {
     if (settings_.camera) conversion_.camera = std::make_shared<const CameraProfile>(*settings_.camera);
@@ -218,7 +223,7 @@ std::string Session::frame_message(const ShownFrame &frame, const std::vector<Re
     if (const auto why = source_->ended()) j["ended"] = *why;
     j["report"] = report(frame, measured);
 
-    const std::string header = j.dump();
+    const std::string header = json_text(j);
     const std::size_t start = (4 + header.size() + 3) / 4 * 4;
     const std::size_t bytes = frame.wire_u16 != nullptr ? c.pixels() * 2 : c.pixels() * 4;
     std::string message(start + bytes, '\0');

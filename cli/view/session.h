@@ -55,6 +55,9 @@ struct RequestError : std::runtime_error {
     int status;
 };
 
+// JSON as text; bytes that are not UTF-8 (in a request's words, a file's name) become U+FFFD.
+std::string json_text(const nlohmann::ordered_json &j, int indent = -1);
+
 // The tools of a request: "point", "line" and "rect" values as --point, --line and --rect take them.
 struct ToolTexts {
     std::vector<std::string> points, lines, rects;
