@@ -74,7 +74,8 @@ TEST(FrameDifferential, TargetIsTheForcedOne) {
 #if defined(__aarch64__)
     if (forced == nullptr) EXPECT_STREQ(radimo_simd_target(), "neon");
 #endif
-    if (const char *expected = std::getenv("RADIMO_EXPECT_SIMD")) EXPECT_STREQ(radimo_simd_target(), expected);
+    if (const char *expected = std::getenv("RADIMO_EXPECT_SIMD"))
+        EXPECT_STREQ(radimo_simd_target(), expected);
 }
 
 TEST(FrameDifferential, PointMeansAndRectanglesMatchTheLiteralRule) {
