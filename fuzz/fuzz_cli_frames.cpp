@@ -99,7 +99,8 @@ struct Entry {
 std::vector<Entry> entries(const std::vector<uint8_t> &b, uint16_t tag) {
     std::vector<Entry> found;
     if (b.size() < 8) return found;
-    uint32_t ifd = le32(b, 4);
+    // Offsets are widened before any arithmetic: a forged offset near 4 GiB must not wrap.
+    std::size_t ifd = le32(b, 4);
     for (int page = 0; page < 16 && ifd != 0 && ifd + 2 <= b.size(); ++page) {
         const uint16_t n = le16(b, ifd);
         for (uint16_t i = 0; i < n && ifd + 2 + 12 * (i + 1) <= b.size(); ++i) {

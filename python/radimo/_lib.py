@@ -23,7 +23,7 @@ import ctypes
 import os
 import re
 import threading
-from ctypes import POINTER, c_char_p, c_float, c_int, c_int16, c_uint16, c_uint32, c_void_p
+from ctypes import POINTER, c_char_p, c_float, c_int, c_int16, c_int32, c_uint16, c_uint32, c_void_p
 from pathlib import Path
 
 from . import _records as R
@@ -145,6 +145,7 @@ _PROTOTYPES = {
     "reverse_ktbt_correct_with_version3": (c_int, [P(R.second_calib_param_t), u16p, i16p, u16p, c_int,
                                                    c_uint32, u16p]),
     "remap_temp": (c_int, [u16p, c_uint32, u16p]),
+    "radimo_ktbt_index": (c_int, [P(R.ktbt_correct_param_t), c_uint32, P(c_int32)]),
     "radimo_frame_temp_measure": (c_int, [P(R.ktbt_correct_param_t), c_uint32, u16p, c_uint32, u16p, c_uint32,
                                           c_uint32, c_uint32, u16p]),
     "radimo_frame_to_celsius": (c_int, [u16p, c_uint32, u16p, c_uint32, c_uint32, c_uint32, f32p]),

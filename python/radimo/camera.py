@@ -59,12 +59,7 @@ class Camera:
 
     def ktbt_index(self, vtemp):
         """KT/BT index that focal-plane readings select, clamped as the correction clamps it."""
-        vtemp = check_integer("vtemp", vtemp, 0, 0xFFFF)
-        k = self.ktbt
-        fpa_max = 16383 if k.kt.size == 3601 else 4095
-        fpa = np.clip(((vtemp * k.K_Temp + 8192) >> 14) + k.B_Temp, 0, fpa_max)
-        index = np.clip(fpa - k.Address_CA - 1, 0, k.kt.size - 1)
-        return int(index) if index.ndim == 0 else index
+        return self.ktbt.index(vtemp)
 
     # ---- Whole frames -----------------------------------------------------------------------
 

@@ -70,6 +70,8 @@ def test_nuc_conversions_match_the_library(nuc_table, ktbt):
     assert np.all(np.abs(radimo.nuc_to_celsius(nuc_table, radimo.celsius_to_nuc(nuc_table, celsius)) - celsius)
                   < 0.1)
     assert np.all(np.abs(ktbt.correct(ktbt.reverse(corrected, VTEMP), VTEMP).astype(int) - corrected) <= 1)
+    # The index of a reading, from the library: both clamps and the conftest's mapping.
+    assert ktbt.index(VTEMP) == 500 and ktbt.index([0, VTEMP, 65535]).tolist() == [0, 500, 1200]
 
 
 def test_corrections_match_the_library(correct_table, env_tau, nuc_table):

@@ -644,41 +644,45 @@
     playTimer = setTimeout(playFiles, delay);
   }
 
-  // Live: ask for the frame after the shown one; the server answers with the newest as soon as
-  // there is one, so a slow page skips frames instead of falling behind.
+  // Live: ask for the frame after the last one received; the server answers with the newest as
+  // soon as there is one, so a slow page skips frames instead of falling behind. The next request
+  // goes out as soon as a frame is in, while that frame is drawn.
   let liveLoop = false;
+
+  function askLive(after) {
+    return fetch(apiUrl('/api/frame', toolParams([['after', after], ['wait', 2000]]))).then(async (response) => {
+      if (response.status === 204) return { after, ended: response.headers.get('X-Radimo-Ended') };
+      if (!response.ok) {
+        const body = await response.json().catch(() => ({}));
+        return { after, error: body.error || `HTTP ${response.status}` };
+      }
+      const frame = decodeFrame(await response.arrayBuffer());
+      return { after: frame.meta.index, frame };
+    }, (e) => ({ after, error: `the server does not answer (${e.message})`, offline: true }));
+  }
 
   async function followLive() {
     if (liveLoop) return;
     liveLoop = true;
     try {
+      let asked = askLive(state.frame ? state.frame.meta.index : 'none');
       while (state.playing) {
-        const after = state.frame ? state.frame.meta.index : 'none';
-        let response;
-        try {
-          response = await fetch(apiUrl('/api/frame', toolParams([['after', after], ['wait', 2000]])));
-        } catch (e) {
-          setStatus(`the server does not answer (${e.message})`, true);
-          await new Promise((r) => setTimeout(r, 1000));
-          continue;
+        const answer = await asked;
+        if (!state.playing) break;
+        if (answer.ended) {
+          setStatus(`stream ended: ${answer.ended}`, false);
+          setPlaying(false);
+          break;
         }
-        if (response.status === 204) {
-          const ended = response.headers.get('X-Radimo-Ended');
-          if (ended) {
-            setStatus(`stream ended: ${ended}`, false);
-            setPlaying(false);
-          }
-          continue;
+        if (answer.error) {
+          setStatus(answer.error, true);
+          await new Promise((r) => setTimeout(r, answer.offline ? 1000 : 500));
         }
-        if (!response.ok) {
-          const body = await response.json().catch(() => ({}));
-          setStatus(body.error || `HTTP ${response.status}`, true);
-          await new Promise((r) => setTimeout(r, 500));
-          continue;
+        asked = askLive(answer.after);
+        if (answer.frame) {
+          await new Promise((r) => requestAnimationFrame(r));
+          showDecoded(answer.frame);
         }
-        const frame = decodeFrame(await response.arrayBuffer());
-        await new Promise((r) => requestAnimationFrame(r));
-        showDecoded(frame);
       }
     } finally {
       liveLoop = false;
