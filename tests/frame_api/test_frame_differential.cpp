@@ -69,13 +69,17 @@ const std::string kAlways[] = {"scalar"};
 // sets it for a CPU without NEON).
 TEST(FrameDifferential, TargetIsTheForcedOne) {
     const char *forced = std::getenv("RADIMO_SIMD");
-    if (forced != nullptr && std::find(std::begin(kAlways), std::end(kAlways), forced) != std::end(kAlways))
+    if (forced != nullptr && std::find(std::begin(kAlways), std::end(kAlways), forced) != std::end(kAlways)) {
         EXPECT_STREQ(radimo_simd_target(), forced);
+    }
 #if defined(__aarch64__)
-    if (forced == nullptr) EXPECT_STREQ(radimo_simd_target(), "neon");
+    if (forced == nullptr) {
+        EXPECT_STREQ(radimo_simd_target(), "neon");
+    }
 #endif
-    if (const char *expected = std::getenv("RADIMO_EXPECT_SIMD"))
+    if (const char *expected = std::getenv("RADIMO_EXPECT_SIMD")) {
         EXPECT_STREQ(radimo_simd_target(), expected);
+    }
 }
 
 TEST(FrameDifferential, PointMeansAndRectanglesMatchTheLiteralRule) {
