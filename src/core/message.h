@@ -45,7 +45,12 @@ void debug(const char *format, Args... args) {
 }
 #else
 // Code built outside the library (the tests' literal references) has no
-// access to the sinks: its lines go through the printers alone.
+// access to the sinks: its lines go through the printers alone. These
+// functions live in a namespace of their own so that they never share a
+// symbol with the library's instantiations above when both are linked into
+// one program.
+inline namespace printers_only {
+
 template <typename... Args>
 void error(const char *format, Args... args) {
     ::radimo_error_print(format, args...);
@@ -59,6 +64,8 @@ template <typename... Args>
 void debug(const char *format, Args... args) {
     ::radimo_debug_print(format, args...);
 }
+
+}  // namespace printers_only
 #endif
 
 }  // namespace radimo::log
