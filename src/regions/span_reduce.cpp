@@ -125,10 +125,15 @@ const ReduceFn kReduceAvx2 = reduce_avx2;
 
 }  // namespace
 
-// ARM builds run the scalar reduction (no NEON form of it yet).
+// Builds without the x86 kernels (ARM among them) run the scalar reduction:
+// there is no NEON form of it yet.
 ReduceFn reduce_kernel() {
-    static const ReduceFn fn = *simd::pick(&kReduceScalar, RADIMO_X86(kReduceSse2), RADIMO_X86(kReduceAvx2),
-                                           static_cast<const ReduceFn *>(nullptr));
+    constexpr const ReduceFn *kNone = nullptr;
+#if defined(RADIMO_KERNELS_X86)
+    static const ReduceFn fn = *simd::pick(&kReduceScalar, &kReduceSse2, &kReduceAvx2, kNone);
+#else
+    static const ReduceFn fn = *simd::pick(&kReduceScalar, kNone, kNone, kNone);
+#endif
     return fn;
 }
 
