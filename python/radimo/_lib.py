@@ -23,7 +23,8 @@ import ctypes
 import os
 import re
 import threading
-from ctypes import POINTER, c_char_p, c_float, c_int, c_int16, c_int32, c_uint16, c_uint32, c_void_p
+from ctypes import (POINTER, c_char_p, c_double, c_float, c_int, c_int16, c_int32, c_uint16, c_uint32, c_uint64,
+                    c_void_p)
 from pathlib import Path
 
 from . import _records as R
