@@ -101,14 +101,11 @@ void run_measure(const MeasureOptions &o) {
                         grid.empty() ? "" : ("; " + grid).c_str());
         }
         j["measurements"] = nlohmann::ordered_json::array();
-        // Each measurement's label and reading as shown (degC, K of a difference): a spot's 3x3 trimmed
-        // mean, the pixels' mean of the others (object temperatures under a region's own scene).
+        // Each measurement's label and reading (mean_reading()), for the differences between them.
         std::vector<std::pair<std::string, double>> means;
         for (const Region &r : frame_regions) {
             const RegionResult m = measure_region(measured, r, alarm);
-            means.emplace_back(r.label,
-                               measured.scale.celsius(r.kind == Region::Kind::kPoint ? m.stats.trimmed.avg
-                                                                                     : m.stats.pixels.mean));
+            means.emplace_back(r.label, mean_reading(measured, m));
             if (o.json) {
                 j["measurements"].push_back(region_json(measured, m));
             } else if (o.csv) {
@@ -135,14 +132,10 @@ void run_measure(const MeasureOptions &o) {
             }
         }
         // The difference of each measurement's reading from the first one's.
-        for (std::size_t k = 1; k < means.size(); ++k) {
-            const double dt = means[k].second - means[0].second;
-            if (o.json)
-                j["delta_t"].push_back({{"from", means[0].first}, {"to", means[k].first}, {"mean_k", dt}});
-            else if (!o.csv)
-                std::printf("     \u0394T %s - %s: %+.2f K (means)\n", means[k].first.c_str(),
-                            means[0].first.c_str(), dt);
-        }
+        if (o.json && means.size() > 1) j["delta_t"] = delta_t_json(means);
+        for (std::size_t k = 1; k < means.size() && !o.json && !o.csv; ++k)
+            std::printf("     \u0394T %s - %s: %+.2f K (means)\n", means[k].first.c_str(),
+                        means[0].first.c_str(), means[k].second - means[0].second);
         if (measured.non_finite > 0)
             warnings().add(o.input + ":nan",
                            o.input + ": " + std::to_string(measured.non_finite) +

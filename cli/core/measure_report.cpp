@@ -92,6 +92,20 @@ std::string shape_row(const MeasuredFrame &frame, const ShapeRegion &region, con
     return std::string(row, static_cast<std::size_t>(std::max(n, 0))) + shape_text(frame, m, kRowIndent);
 }
 
+double mean_reading(const MeasuredFrame &frame, const RegionResult &m) {
+    return frame.scale.celsius(m.region.kind == Region::Kind::kPoint ? m.stats.trimmed.avg
+                                                                     : m.stats.pixels.mean);
+}
+
+ordered_json delta_t_json(const std::vector<std::pair<std::string, double>> &readings) {
+    ordered_json list = ordered_json::array();
+    for (std::size_t k = 1; k < readings.size(); ++k)
+        list.push_back({{"from", readings[0].first},
+                        {"to", readings[k].first},
+                        {"mean_k", readings[k].second - readings[0].second}});
+    return list;
+}
+
 std::string records_csv(const std::vector<ordered_json> &records) {
     std::vector<std::vector<std::pair<std::string, const ordered_json *>>> rows(records.size());
     std::vector<std::string> columns;

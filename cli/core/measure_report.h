@@ -32,6 +32,14 @@ std::string measurement_row(const MeasuredFrame &frame, const RegionResult &m);
 // The same for a region of any shape: "G1   polygon 4 vertices           3x3 trimmed: ...".
 std::string shape_row(const MeasuredFrame &frame, const ShapeRegion &region, const ShapeResult &m);
 
+// The reading of a measurement the differences between measurements are taken of, as shown (degC, K
+// of a difference): a point's 3x3 trimmed mean, the pixels' mean of a line or a rectangle
+// (ShapeResult::mean_celsius() for the other regions).
+double mean_reading(const MeasuredFrame &frame, const RegionResult &m);
+// Each measurement's reading (label, mean_reading()) less the first one's:
+// [{"from", "to", "mean_k"}...], as measure --json and the viewer's exports report them.
+nlohmann::ordered_json delta_t_json(const std::vector<std::pair<std::string, double>> &readings);
+
 // A table of JSON records as CSV: a header row of every field (nested objects joined with '.',
 // arrays with their index), in order of first appearance, then one row per record; fields a record
 // lacks stay empty, texts with a comma or quote are quoted.

@@ -145,6 +145,7 @@ void get_measure(Session &session, const Request &req, Response &res) {
         for (const auto &record : report["frames"]) {
             nlohmann::ordered_json head = record;
             head.erase("measurements");
+            head.erase("delta_t");
             for (const auto &m : record["measurements"]) {
                 nlohmann::ordered_json row = head;
                 row.update(m);

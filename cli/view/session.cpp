@@ -176,7 +176,12 @@ ordered_json Session::report(const ShownFrame &frame, const std::vector<RegionRe
     ordered_json record =
         measured_frame_json(frame.source->file_index, converter_of(frame), frame.input, frame.measured);
     record["measurements"] = ordered_json::array();
-    for (const RegionResult &m : measured) record["measurements"].push_back(region_json(frame.measured, m));
+    std::vector<std::pair<std::string, double>> means;
+    for (const RegionResult &m : measured) {
+        record["measurements"].push_back(region_json(frame.measured, m));
+        means.emplace_back(m.region.label, mean_reading(frame.measured, m));
+    }
+    if (means.size() > 1) record["delta_t"] = delta_t_json(means);
     ordered_json report = {{"file", frame.source->origin}};
     report["frames"] = ordered_json::array({record});
     // The doubts about the input seen so far (every frame converted, by any request), as measure
