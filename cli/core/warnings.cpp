@@ -45,26 +45,21 @@ struct Range {
 };
 
 Range range_of_samples(const std::vector<uint16_t> &samples) {
+    std::vector<uint32_t> histogram(65536, 0);
+    for (uint16_t v : samples) ++histogram[v];
     Range r;
     r.count = samples.size();
-    if (samples.empty()) return r;
-    // Counted between the extremes only: a frame spans a small part of the 16-bit values.
-    const auto [lowest, highest] = std::minmax_element(samples.begin(), samples.end());
-    const uint16_t first = *lowest;
-    std::vector<uint32_t> histogram(static_cast<std::size_t>(*highest - first) + 1, 0);
-    for (uint16_t v : samples) ++histogram[v - first];
     const std::size_t trim = static_cast<std::size_t>(static_cast<double>(r.count) * kOutlierShare);
     std::size_t seen = 0;
     bool have_lo = false, have_min = false;
-    for (std::size_t i = 0; i < histogram.size(); ++i) {
-        if (histogram[i] == 0) continue;
-        const double v = static_cast<double>(first + i);
-        if (!have_min) r.min = v, have_min = true;
-        r.max = v;
+    for (std::size_t v = 0; v < histogram.size(); ++v) {
+        if (histogram[v] == 0) continue;
+        if (!have_min) r.min = static_cast<double>(v), have_min = true;
+        r.max = static_cast<double>(v);
         const std::size_t before = seen;
-        seen += histogram[i];
-        if (!have_lo && seen > trim) r.lo = v, have_lo = true;
-        if (before < r.count - trim && seen >= r.count - trim) r.hi = v;
+        seen += histogram[v];
+        if (!have_lo && seen > trim) r.lo = static_cast<double>(v), have_lo = true;
+        if (before < r.count - trim && seen >= r.count - trim) r.hi = static_cast<double>(v);
     }
     return r;
 }
@@ -137,40 +132,29 @@ void check_plausible(const Frame &f, const std::string &name, const std::string 
     warnings().add(name + ":plausible", message);
 }
 
-// Mean absolute difference of neighbouring pixels (right and below), of the
-// samples as read and byte-swapped, in one pass with whole-number sums.
-struct Roughness {
-    double as_read = 0, swapped = 0;
-};
-
-Roughness roughness(const std::vector<uint16_t> &v, int width, int height) {
-    const std::size_t w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
-    const auto swap = [](uint32_t s) { return ((s >> 8) | (s << 8)) & 0xFFFF; };
-    const auto step = [](uint32_t a, uint32_t b) { return a > b ? a - b : b - a; };
-    uint64_t read = 0, swapped = 0;
-    for (std::size_t y = 0; y < h; ++y) {
-        const uint16_t *row = v.data() + y * w;
-        const uint16_t *below = y + 1 < h ? row + w : nullptr;
-        for (std::size_t x = 0; x + 1 < w; ++x) {
-            read += step(row[x + 1], row[x]);
-            swapped += step(swap(row[x + 1]), swap(row[x]));
+// Mean absolute difference of neighbouring pixels (right and below).
+double roughness(const std::vector<uint16_t> &v, int width, int height, bool swapped) {
+    const auto at = [&](std::size_t i) {
+        const uint16_t s = v[i];
+        return static_cast<int>(swapped ? static_cast<uint16_t>((s >> 8) | (s << 8)) : s);
+    };
+    double sum = 0;
+    std::size_t pairs = 0;
+    const std::size_t w = static_cast<std::size_t>(width);
+    for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y)
+        for (std::size_t x = 0; x < w; ++x) {
+            const std::size_t i = y * w + x;
+            if (x + 1 < w) sum += std::abs(at(i + 1) - at(i)), ++pairs;
+            if (y + 1 < static_cast<std::size_t>(height)) sum += std::abs(at(i + w) - at(i)), ++pairs;
         }
-        if (below != nullptr)
-            for (std::size_t x = 0; x < w; ++x) {
-                read += step(below[x], row[x]);
-                swapped += step(swap(below[x]), swap(row[x]));
-            }
-    }
-    const std::size_t pairs = (w > 0 ? (w - 1) * h : 0) + (h > 0 ? (h - 1) * w : 0);
-    if (pairs == 0) return {};
-    return {static_cast<double>(read) / static_cast<double>(pairs),
-            static_cast<double>(swapped) / static_cast<double>(pairs)};
+    return pairs > 0 ? sum / static_cast<double>(pairs) : 0;
 }
 
 // Warns and returns true when the samples look byte-swapped.
 bool check_byte_order(const Frame &f, const std::string &name, const std::string &where, ByteOrder order) {
     if (f.samples.empty()) return false;
-    const auto [as_read, swapped] = roughness(f.samples, f.width, f.height);
+    const double as_read = roughness(f.samples, f.width, f.height, false);
+    const double swapped = roughness(f.samples, f.width, f.height, true);
     // Right order: neighbours differ by the scene and its noise. Swapped, the
     // noisy low byte lands in the high byte and every step is some 256 times larger.
     if (as_read >= 64 && swapped * 8 < as_read) {
