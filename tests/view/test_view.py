@@ -110,7 +110,24 @@ def test_hover_and_a_dragged_box_read_what_the_library_and_measure_read(demo, vi
         r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", rect, "--json")
         expected = json.loads(r.stdout)["frames"][0]["measurements"][0]
         wait_for(lambda: tool_results(browser) == [expected], what=f"the box {rect} measured")
-    screenshot("box-on-the-mug")
+
+    # An ellipse dragged over the can and a polygon clicked around the face, a corner then moved:
+    # the three tools as `measure --json` reports them.
+    browser.find_element("id", "tool-ellipse").click()
+    pointer(browser, [("move", 540, 440), ("down",), ("move", 570, 480), ("move", 600, 500), ("up",)])
+    browser.find_element("id", "tool-polygon").click()
+    corners = [(330, 200), (540, 190), (520, 380), (420, 420), (340, 380)]
+    for x, y in corners + [corners[0]]:
+        pointer(browser, [("move", x, y), ("down",), ("up",)])
+    pointer(browser, [("move", 420, 420), ("down",), ("move", 430, 450), ("up",)])
+    corners[3] = (430, 450)
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", "400,310,61,46", "--polygon",
+               ",".join(f"{x},{y}" for x, y in corners), "--ellipse", "570,470,30.5,30.5", "--json")
+    expected = {m["kind"]: m for m in json.loads(r.stdout)["frames"][0]["measurements"]}
+    assert list(expected) == ["rect", "polygon", "ellipse"]
+    wait_for(lambda: {m["kind"]: m for m in tool_results(browser) if m} == expected,
+             what="the box, polygon and ellipse measured")
+    screenshot("box-polygon-ellipse")
     assert console_errors(browser) == []
 
 
