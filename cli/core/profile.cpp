@@ -263,9 +263,10 @@ second_calib_param_t CameraProfile::second_calib_param() const {
 }
 
 int CameraProfile::ktbt_index(uint16_t frame_vtemp) const {
-    const int fpa_max = long_ktbt() ? 16383 : 4095;
-    const int fpa = std::clamp(((frame_vtemp * k_temp + 8192) >> 14) + b_temp, 0, fpa_max);
-    return std::clamp(fpa - address_ca - 1, 0, static_cast<int>(kt.size()) - 1);
+    const ktbt_correct_param_t param = ktbt_param(frame_vtemp);
+    int32_t index = 0;
+    check_library(radimo_ktbt_index(&param, static_cast<uint32_t>(kt.size()), &index), "radimo_ktbt_index");
+    return index;
 }
 
 std::span<const SceneField> scene_fields() {

@@ -29,7 +29,8 @@ import os
 import platform
 import re
 import threading
-from ctypes import POINTER, c_char_p, c_double, c_float, c_int, c_int16, c_uint16, c_uint32, c_uint64, c_void_p
+from ctypes import (POINTER, c_char_p, c_double, c_float, c_int, c_int16, c_int32, c_uint16, c_uint32, c_uint64,
+                    c_void_p)
 from pathlib import Path
 
 from . import _records as R
@@ -182,6 +183,11 @@ _PROTOTYPES = {
     "get_line_temp": (c_int, [u16p, c_uint32, R.point_t, R.point_t, P(R.temp_result_t)]),
     "get_rect_temp": (c_int, [u16p, c_uint32, R.point_t, R.rect_size_t, P(R.temp_result_t)]),
     "line_rect_over_threshold_alarm": (c_int, [R.threshold_t, P(R.temp_result_t)]),
+    "point_over_threshold_alarm": (c_int, [R.threshold_t, c_int]),
+    "get_slope": (c_float, [R.point_t, R.point_t]),
+    "get_point_num": (c_int, [R.point_t, R.point_t]),
+    "get_point_set": (c_int, [c_uint32, c_uint32, c_int, P(R.point_t), c_float]),
+    "radimo_frame_stats": (c_int, [u16p, c_uint32, R.point_t, R.rect_size_t, P(R.radimo_frame_stats_t)]),
     "calc_temperature_with_nuc_t_table_len": (c_int, [u16p, c_uint32, c_uint32, f32p]),
     "reverse_calc_NUC_with_nuc_t_table_len": (c_int, [u16p, c_uint32, u16p, c_float]),
     "generate_high_gain_nuc_t": (c_int, [P(R.nuc_factor_t), u16p]),
@@ -194,6 +200,7 @@ _PROTOTYPES = {
     "reverse_ktbt_correct_with_version3": (c_int, [P(R.second_calib_param_t), u16p, i16p, u16p, c_int,
                                                    c_uint32, u16p]),
     "remap_temp": (c_int, [u16p, c_uint32, u16p]),
+    "radimo_ktbt_index": (c_int, [P(R.ktbt_correct_param_t), c_uint32, P(c_int32)]),
     "radimo_frame_temp_measure": (c_int, [P(R.ktbt_correct_param_t), c_uint32, u16p, c_uint32, u16p, c_uint32,
                                           c_uint32, c_uint32, u16p]),
     "radimo_frame_to_celsius": (c_int, [u16p, c_uint32, u16p, c_uint32, c_uint32, c_uint32, f32p]),

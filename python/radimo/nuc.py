@@ -5,7 +5,7 @@ indexed by NUC value / 2 (8192 entries) or by the NUC value (16384 entries).
 KT/BT: per focal-plane-temperature gain (Q14) and offset arrays, selected by
 the index computed from the focal-plane reading vtemp.
 """
-from ctypes import byref, c_float, c_int16, c_uint16
+from ctypes import byref, c_float, c_int16, c_int32, c_uint16
 from dataclasses import dataclass, field
 
 import numpy as np
@@ -67,8 +67,8 @@ def celsius_to_nuc(nuc_table, celsius):
 class KtBt:
     """The focal-plane drift correction of a camera.
 
-    T_FPA = ((vtemp * K_Temp + 8192) >> 14) + B_Temp and index = T_FPA - Address_CA - 1,
-    clamped to the arrays; kt (Q14 gains) and bt (NUC offsets) hold 1201 entries, or 3601 for the
+    K_Temp, B_Temp and Address_CA map a focal-plane reading vtemp onto the index of the arrays
+    (index() gives it); kt (Q14 gains) and bt (NUC offsets) hold 1201 entries, or 3601 for the
     version-3 correction (the recalibrations take 1201-entry arrays).
     """
     K_Temp: int
@@ -101,6 +101,21 @@ class KtBt:
         # The correction reads the entry at the clamped index: up to entry 1200, or 3600 for version 3.
         _, kt, bt = self.arrays()
         return R.ktbt_correct_param_t(self.K_Temp, self.B_Temp, self.Address_CA, kt, bt, vtemp)
+
+    def index(self, vtemp):
+        """KT/BT index that focal-plane readings select, clamped as the correction clamps it.
+
+        The library computes it (radimo_ktbt_index); a scalar vtemp gives an int, an array of
+        readings an int32 array of their indices.
+        """
+        record, out = self._record(0), c_int32()
+
+        def one(value):
+            record.vtemp = value
+            call("radimo_ktbt_index", byref(record), self.kt.size, byref(out))
+            return out.value
+
+        return elementwise(one, np.int32, check_integer("vtemp", vtemp, 0, 0xFFFF))
 
     def calib_param(self, **fields):
         """second_calib_param_t with this mapping and the arrays' length, plus the given fields."""

@@ -1,5 +1,7 @@
-// KT/BT index of a focal-plane reading, with the rounded Q14 product
-// (internal), and the index step it shares with the lens-change variant.
+// KT/BT index of a focal-plane reading: the index the forward correction
+// uses (exported, so that tools and bindings ask rather than repeat the
+// formula), the rounded-product index of the second calibration (internal),
+// and the index step it shares with the lens-change variant.
 #include <cstdint>
 
 #include "core/message.h"
@@ -11,6 +13,29 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleSencondCal;
 
 }  // namespace
+
+extern "C" {
+
+// Reported under the correction's module: this is the index of
+// ktbt_correct_process and its long-array member.
+int radimo_ktbt_index(const ktbt_correct_param_t *ktbt_param, uint32_t ktbt_len, int32_t *index) {
+    constexpr const char *kCorrectionModule = radimo::kModuleTempCorrect;
+    if (ktbt_param == nullptr || index == nullptr) {
+        RADIMO_ERROR_IN(kCorrectionModule, "data is NULL\n");
+        return RADIMO_ERR_PARAM;
+    }
+    const radimo::ktbt::IndexLimits *limits = radimo::ktbt::limits_of_length(ktbt_len);
+    if (limits == nullptr) {
+        RADIMO_ERROR_IN(kCorrectionModule, "ktbt_len is invalid\n");
+        return RADIMO_ERR_PARAM;
+    }
+    const ktbt_correct_param_t &p = *ktbt_param;
+    *index = radimo::ktbt::clamped_index(radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp),
+                                         p.Address_CA, *limits);
+    return RADIMO_SUCCESS;
+}
+
+}  // extern "C"
 
 namespace radimo::ktbt {
 

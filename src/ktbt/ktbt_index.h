@@ -22,6 +22,11 @@ struct IndexLimits {
 inline constexpr IndexLimits kLimits1201{4095, 1200};
 inline constexpr IndexLimits kLimits3601{16383, 3600};
 
+// The limits of arrays of `len` entries: 1201 or 3601; nullptr for any other length.
+constexpr const IndexLimits *limits_of_length(uint32_t len) {
+    return len == 1201 ? &kLimits1201 : len == 3601 ? &kLimits3601 : nullptr;
+}
+
 // T_FPA with the rounded Q14 product (vtemp as unsigned 16-bit). The product
 // of a 16-bit reading and a 16-bit gain always fits in 32 bits.
 constexpr int32_t t_fpa_rounded(uint16_t vtemp, int16_t k_temp, int16_t b_temp) {

@@ -52,6 +52,56 @@ int target_nuc(const TargetStyle &style, const second_calib_param_t &p, const ui
                : reverse_calc_NUC_with_nuc_t(nuc_table, nuc, temp);
 }
 
+// The line a stage fits, which names its debug lines.
+enum class FittedLine { kTarget, kActual };
+
+void log_before_ktbt(const char *caller, FittedLine line, bool high, uint16_t nuc) {
+    if (line == FittedLine::kTarget) {
+        if (high) {
+            RADIMO_DEBUG_FOR(caller, "target_object_nuc_high_before_ktbt=%d\n", nuc);
+        } else {
+            RADIMO_DEBUG_FOR(caller, "target_object_nuc_low_before_ktbt=%d\n", nuc);
+        }
+    } else if (high) {
+        RADIMO_DEBUG_FOR(caller, "object_nuc_high_before_ktbt=%d\n", nuc);
+    } else {
+        RADIMO_DEBUG_FOR(caller, "object_nuc_low_before_ktbt=%d\n", nuc);
+    }
+}
+
+// The end of stages 1 and 2: the NUC values of both sources with KT/BT
+// removed at their calibration indices (the low source first), then the line
+// through them and the target temperatures, with the indices stored. Both
+// lines are fitted over the target temperatures, so that they share one
+// temperature axis. Lines are reported under the stage's name (`caller`).
+int fit_before_ktbt(const char *caller, FittedLine line, radimo::ktbt::IndexForm form,
+                    const second_calib_param_t *p, uint16_t nuc_high, uint16_t nuc_low,
+                    const uint16_t *kt_array, const int16_t *bt_array, second_cal_temp_param_t *out) {
+    int low_index = 0;
+    int high_index = 0;
+    const int index_rc = calibration_indices(caller, form, p, &low_index, &high_index);
+    if (index_rc != RADIMO_SUCCESS) return index_rc;
+    uint16_t low_before_ktbt = 0;
+    uint16_t high_before_ktbt = 0;
+    if (radimo::ktbt::reverse_calc_nuc_with_ktbt(*p, nuc_low, low_index, kt_array, bt_array,
+                                                 &low_before_ktbt) != RADIMO_SUCCESS) {
+        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
+        return RADIMO_ERR_REVERSE_NUC;
+    }
+    log_before_ktbt(caller, line, false, low_before_ktbt);
+    if (radimo::ktbt::reverse_calc_nuc_with_ktbt(*p, nuc_high, high_index, kt_array, bt_array,
+                                                 &high_before_ktbt) != RADIMO_SUCCESS) {
+        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
+        return RADIMO_ERR_REVERSE_NUC;
+    }
+    log_before_ktbt(caller, line, true, high_before_ktbt);
+    radimo::ktbt::calculate_sitf_and_offset(high_before_ktbt, low_before_ktbt, p->target_high_celsius,
+                                            p->target_low_celsius, out);
+    out->high_ktbt_index = high_index;
+    out->low_ktbt_index = low_index;
+    return RADIMO_SUCCESS;
+}
+
 // Stage 1, shared by its three variants; lines are reported under the
 // variant's name (`caller`).
 int target_line(const char *caller, const TargetStyle &style, second_calib_param_t *p,
@@ -116,30 +166,8 @@ int target_line(const char *caller, const TargetStyle &style, second_calib_param
         }
     }
     calculate_sitf_and_offset(nuc_high, nuc_low, p->target_high_celsius, p->target_low_celsius, before_nuct);
-
-    int low_index = 0;
-    int high_index = 0;
-    const int index_rc = calibration_indices(caller, style.index, p, &low_index, &high_index);
-    if (index_rc != RADIMO_SUCCESS) return index_rc;
-    uint16_t low_before_ktbt = 0;
-    uint16_t high_before_ktbt = 0;
-    if (reverse_calc_nuc_with_ktbt(*p, nuc_low, low_index, kt_array, bt_array, &low_before_ktbt) !=
-        RADIMO_SUCCESS) {
-        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
-        return RADIMO_ERR_REVERSE_NUC;
-    }
-    RADIMO_DEBUG_FOR(caller, "target_object_nuc_low_before_ktbt=%d\n", low_before_ktbt);
-    if (reverse_calc_nuc_with_ktbt(*p, nuc_high, high_index, kt_array, bt_array, &high_before_ktbt) !=
-        RADIMO_SUCCESS) {
-        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
-        return RADIMO_ERR_REVERSE_NUC;
-    }
-    RADIMO_DEBUG_FOR(caller, "target_object_nuc_high_before_ktbt=%d\n", high_before_ktbt);
-    calculate_sitf_and_offset(high_before_ktbt, low_before_ktbt, p->target_high_celsius,
-                              p->target_low_celsius, before_ktbt);
-    before_ktbt->high_ktbt_index = high_index;
-    before_ktbt->low_ktbt_index = low_index;
-    return RADIMO_SUCCESS;
+    return fit_before_ktbt(caller, FittedLine::kTarget, style.index, p, nuc_high, nuc_low, kt_array, bt_array,
+                           before_ktbt);
 }
 
 // The current arrays applied at a calibration point after the map Kc/Bc:
@@ -252,31 +280,10 @@ int actual_line(const char *caller, IndexForm form, const second_calib_param_t *
         RADIMO_ERROR_FOR(caller, "reverse_calc_NUC_with_nuc_t failed\n");
         return RADIMO_ERR_REVERSE_NUC;
     }
-    int low_index = 0;
-    int high_index = 0;
-    const int index_rc = calibration_indices(caller, form, p, &low_index, &high_index);
-    if (index_rc != RADIMO_SUCCESS) return index_rc;
-    uint16_t low_before_ktbt = 0;
-    uint16_t high_before_ktbt = 0;
-    if (reverse_calc_nuc_with_ktbt(*p, nuc_low, low_index, kt_array, bt_array, &low_before_ktbt) !=
-        RADIMO_SUCCESS) {
-        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
-        return RADIMO_ERR_REVERSE_NUC;
-    }
-    RADIMO_DEBUG_FOR(caller, "object_nuc_low_before_ktbt=%d\n", low_before_ktbt);
-    if (reverse_calc_nuc_with_ktbt(*p, nuc_high, high_index, kt_array, bt_array, &high_before_ktbt) !=
-        RADIMO_SUCCESS) {
-        RADIMO_ERROR_FOR(caller, "reverse_calc_nuc_with_ktbt failed\n");
-        return RADIMO_ERR_REVERSE_NUC;
-    }
-    RADIMO_DEBUG_FOR(caller, "object_nuc_high_before_ktbt=%d\n", high_before_ktbt);
     // The actual responses are paired with the target temperatures on
     // purpose: both lines then share one temperature axis.
-    calculate_sitf_and_offset(high_before_ktbt, low_before_ktbt, p->target_high_celsius,
-                              p->target_low_celsius, actual);
-    actual->high_ktbt_index = high_index;
-    actual->low_ktbt_index = low_index;
-    return RADIMO_SUCCESS;
+    return fit_before_ktbt(caller, FittedLine::kActual, form, p, nuc_high, nuc_low, kt_array, bt_array,
+                           actual);
 }
 
 }  // namespace

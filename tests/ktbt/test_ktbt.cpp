@@ -90,6 +90,33 @@ TEST_F(KtbtTest, ForwardCorrection) {
     EXPECT_THAT(log.lines(), IsEmpty());  // nothing logged on success
 }
 
+// The exported index is the one the correction uses: with offset = index, the
+// corrected 0 reveals it, across both clamps of both array lengths.
+TEST_F(KtbtTest, ExportedIndexIsTheCorrections) {
+    const Arrays a = index_offsets(3601);
+    for (const bool v3 : {false, true}) {
+        for (const uint16_t ca : {100, 3000, 14000}) {
+            for (const int16_t k : {16384, 8193, -9000}) {
+                for (int vtemp = 0; vtemp < 65536; vtemp += 251) {
+                    const ktbt_correct_param_t p{k, -30, ca, nullptr, nullptr, static_cast<uint16_t>(vtemp)};
+                    int32_t index = -1;
+                    ASSERT_EQ(radimo_ktbt_index(&p, v3 ? 3601 : 1201, &index), RADIMO_SUCCESS);
+                    EXPECT_EQ(index, forward(a, static_cast<uint16_t>(vtemp), 0, v3, ca, k, -30));
+                }
+            }
+        }
+    }
+    EXPECT_THAT(log.lines(), IsEmpty());
+    const ktbt_correct_param_t p{16384, 0, 100, nullptr, nullptr, 600};
+    int32_t index = -1;
+    EXPECT_EQ(radimo_ktbt_index(nullptr, 1201, &index), RADIMO_ERR_PARAM);
+    EXPECT_EQ(radimo_ktbt_index(&p, 1201, nullptr), RADIMO_ERR_PARAM);
+    EXPECT_EQ(radimo_ktbt_index(&p, 8192, &index), RADIMO_ERR_PARAM);
+    EXPECT_EQ(index, -1);
+    EXPECT_THAT(log.error_texts(), ElementsAre("data is NULL\n", "data is NULL\n", "ktbt_len is invalid\n"));
+    EXPECT_EQ(log.errors()[2].where_what(), "src/temp_correct/radimo_ktbt_index: ktbt_len is invalid\n");
+}
+
 TEST_F(KtbtTest, ReverseCorrection) {
     const second_calib_param_t p = record(16384, 0, 100, 2000);
     EXPECT_EQ(reverse(arrays(1201, 16384, 0), p, 600, 1000), 999);  // (1000 * 16384 - 8192) / 16384

@@ -390,8 +390,8 @@
     const parts = state.info.camera ? [`camera ${state.info.camera}`] : [];
     parts.push(`${m.width}x${m.height}`, `${m.unit}${m.unit === 'nuc' ? ` (vtemp ${m.vtemp})` : ''}`);
     parts.push(m.scene_correct ? 'object temperatures (scene corrected)' : 'apparent temperatures');
-    parts.push(`hottest ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
-    parts.push(`coldest ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
+    parts.push(`hottest pixel ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
+    parts.push(`coldest pixel ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
     $('frame-facts').textContent = parts.join(' · ');
   }
 
@@ -426,9 +426,9 @@
   function summary(t) {
     const r = t.result;
     if (!r) return null;
-    if (t.kind === 'point') return { value: r.celsius };
+    if (t.kind === 'point') return { value: r.trimmed.value.celsius };
     if (t.kind === 'polygon' || t.kind === 'ellipse') return { max: r.max, min: r.min, avg: r.mean_c };
-    return { max: r.max, min: r.min, avg: r.avg.celsius };
+    return { max: r.trimmed.max, min: r.trimmed.min, avg: r.trimmed.avg.celsius };
   }
 
   function el(name, attributes, parent) {
