@@ -396,6 +396,10 @@
     parts.push(`hottest pixel ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
     parts.push(`coldest pixel ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
     $('frame-facts').textContent = parts.join(' · ');
+    // Doubts about the input (a unit that reads the values implausibly, byte-swapped samples...).
+    const doubts = (m.report && m.report.warnings) || [];
+    $('warnings').hidden = doubts.length === 0;
+    $('warnings').replaceChildren(...doubts.map((text) => Object.assign(document.createElement('li'), { textContent: `warning: ${text}` })));
   }
 
   // ---- Tools on the picture --------------------------------------------------------------------
