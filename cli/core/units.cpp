@@ -1,27 +1,53 @@
 #include "core/units.h"
 
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 
 namespace radimo::cli {
 
+namespace {
+
+// What each unit is called, what one count of it stands for, and its counts per kelvin (0: not an
+// integer count of kelvin), in the order of the enumeration.
+struct UnitFacts {
+    const char *name;
+    const char *symbol;
+    int counts_per_kelvin;
+};
+constexpr UnitFacts kUnitFacts[] = {
+    {"nuc", "NUC count", 0},      {"kelvin16", "1/16 K", 16},        {"centikelvin", "1/100 K", 100},
+    {"decikelvin", "1/10 K", 10}, {"millikelvin", "1/1000 K", 1000}, {"celsius", "\u00b0C", 0},
+    {"kelvin", "K", 0},
+};
+static_assert(std::size(kUnitFacts) == std::size(kUnits));
+
+// Where a unit came from, in words and as a JSON key, in the order of the enumeration.
+struct SourceFacts {
+    const char *name;
+    const char *key;
+};
+constexpr SourceFacts kSourceFacts[] = {
+    {"declared by the file", "file"},
+    {"given by --unit", "option"},
+    {"assumed", "assumed"},
+    {"through the camera", "camera"},
+};
+
+const UnitFacts &facts(Unit unit) {
+    const auto i = static_cast<std::size_t>(unit);
+    return kUnitFacts[i < std::size(kUnitFacts) ? i : 0];
+}
+
+const SourceFacts &facts(UnitSource source) {
+    const auto i = static_cast<std::size_t>(source);
+    return kSourceFacts[i < std::size(kSourceFacts) ? i : 2];
+}
+
+}  // namespace
+
 const char *unit_name(Unit unit) {
-    switch (unit) {
-        case Unit::kNuc:
-            return "nuc";
-        case Unit::kKelvin16:
-            return "kelvin16";
-        case Unit::kCentikelvin:
-            return "centikelvin";
-        case Unit::kDecikelvin:
-            return "decikelvin";
-        case Unit::kMillikelvin:
-            return "millikelvin";
-        case Unit::kCelsius:
-            return "celsius";
-        case Unit::kKelvin:
-            return "kelvin";
-    }
-    return "nuc";
+    return facts(unit).name;
 }
 
 std::optional<Unit> unit_from_name(std::string_view name) {
@@ -39,23 +65,7 @@ std::string unit_names(std::string_view separator, bool temperatures_only) {
 }
 
 const char *unit_symbol(Unit unit) {
-    switch (unit) {
-        case Unit::kNuc:
-            return "NUC count";
-        case Unit::kKelvin16:
-            return "1/16 K";
-        case Unit::kCentikelvin:
-            return "1/100 K";
-        case Unit::kDecikelvin:
-            return "1/10 K";
-        case Unit::kMillikelvin:
-            return "1/1000 K";
-        case Unit::kCelsius:
-            return "\u00b0C";
-        case Unit::kKelvin:
-            return "K";
-    }
-    return "";
+    return facts(unit).symbol;
 }
 
 bool is_float_unit(Unit unit) {
@@ -67,46 +77,15 @@ bool is_temperature(Unit unit) {
 }
 
 int counts_per_kelvin(Unit unit) {
-    switch (unit) {
-        case Unit::kKelvin16:
-            return 16;
-        case Unit::kCentikelvin:
-            return 100;
-        case Unit::kDecikelvin:
-            return 10;
-        case Unit::kMillikelvin:
-            return 1000;
-        default:
-            return 0;
-    }
+    return facts(unit).counts_per_kelvin;
 }
 
 const char *unit_source_name(UnitSource source) {
-    switch (source) {
-        case UnitSource::kFile:
-            return "declared by the file";
-        case UnitSource::kOption:
-            return "given by --unit";
-        case UnitSource::kAssumed:
-            return "assumed";
-        case UnitSource::kCamera:
-            return "through the camera";
-    }
-    return "assumed";
+    return facts(source).name;
 }
 
 const char *unit_source_key(UnitSource source) {
-    switch (source) {
-        case UnitSource::kFile:
-            return "file";
-        case UnitSource::kOption:
-            return "option";
-        case UnitSource::kAssumed:
-            return "assumed";
-        case UnitSource::kCamera:
-            return "camera";
-    }
-    return "assumed";
+    return facts(source).key;
 }
 
 std::string describe_unit(Unit unit, UnitSource source) {

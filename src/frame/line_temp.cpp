@@ -215,17 +215,18 @@ int get_slope_line_temp(const uint16_t *frame, uint32_t resolution, point_t star
 
     SampleStats stats(*out);
     const Geometry g = radimo::frame::decode(resolution);
+    const point_t *const list = points.get();  // indexed by the signed list positions below
     bool all_inside = frame != nullptr;
-    for (int i = 0; all_inside && i < n; ++i) all_inside = list_point_inside(g, points[i]);
+    for (int i = 0; all_inside && i < n; ++i) all_inside = list_point_inside(g, list[i]);
     if (all_inside) {
         // List positions within two of either end take the centre value.
         for (int i = 0; i < n; ++i) {
-            const uint16_t centre = list_sample(frame, g, points[i]);
+            const uint16_t centre = list_sample(frame, g, list[i]);
             uint16_t s[kLineNeighbourhood];
             for (int k = -kHalf; k <= kHalf; ++k)
                 s[k + kHalf] =
-                    i + k >= kHalf && i + k < n - kHalf ? list_sample(frame, g, points[i + k]) : centre;
-            stats.add(radimo::frame::trimmed_mean(s, kLineNeighbourhood), points[i]);
+                    i + k >= kHalf && i + k < n - kHalf ? list_sample(frame, g, list[i + k]) : centre;
+            stats.add(radimo::frame::trimmed_mean(s, kLineNeighbourhood), list[i]);
         }
         stats.finish(n);
         return RADIMO_SUCCESS;
@@ -242,7 +243,7 @@ int get_slope_line_temp(const uint16_t *frame, uint32_t resolution, point_t star
             RADIMO_ERROR("get array average value error\n");
             return RADIMO_ERR_AVERAGE;
         }
-        stats.add(value, points[i]);
+        stats.add(value, list[i]);
     }
     stats.finish(n);
     return RADIMO_SUCCESS;

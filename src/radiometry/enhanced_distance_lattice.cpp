@@ -12,6 +12,7 @@
 // flag before asking the lookup, which thus never prints its "is invalid"
 // line for them, and values outside the table's range are computed without
 // asking it at all (its out-of-range lines are errors).
+#include <cstddef>
 #include <cstdint>
 
 #include "core/heap_block.h"
@@ -104,7 +105,7 @@ int enhance_distance_raw_temp_correct_lattice(const env_correct_param_t *env_cor
     for (uint32_t i = 0; i < count; ++i) {
         const uint16_t value = frame[i];
         const bool slotted = have_lattice && in_frame_value_range(value);
-        const int slot = value - kFrameValueFirst;
+        const std::size_t slot = slotted ? static_cast<std::size_t>(value - kFrameValueFirst) : 0;
         float object = 0.0f;
         if (slotted && filled[slot] != 0 &&
             get_precomputed_temp_with_y14_temp(value, &object, lattice.get(), filled.get()) ==

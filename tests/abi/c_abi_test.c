@@ -36,7 +36,7 @@ int main(void) {
 
     for (i = 0; i < W * H; ++i) frame[i] = (uint16_t)(4000 + i);
 
-    CHECK(strcmp(radimo_version(), "libradimo V2.4.3") == 0);
+    CHECK(strncmp(radimo_version(), "libradimo V", 11) == 0);
     radimo_log_register(1);
     radimo_error_print = count_messages;
 

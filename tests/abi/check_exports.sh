@@ -1,38 +1,30 @@
 #!/usr/bin/env bash
-# Compares the library's exported dynamic symbols with the documented API.
-#   check_exports.sh <library> <symbols dir> <public header>
-# The symbols dir holds one list per subsystem, one symbol per line. The lists,
-# the exports and the header's RADIMO_API declarations must all agree.
+# The library's exports are exactly the header's API, each under the version node.
+#   check_exports.sh <library> <version script> <public header> [nm]
+# The global names of the version script, the RADIMO_API declarations of the
+# header and the library's defined dynamic symbols must be the same set, every
+# export carrying the script's version node as its default version.
 set -euo pipefail
-lib=$1 dir=$2 header=$3
+lib=$1 script=$2 header=$3 nm=${4:-nm}
 
-expected=$(cat "$dir"/*.txt | sed 's/#.*//; s/[[:space:]]//g' | grep -v '^$' | sort)
-# Sanitizer builds add their own instrumentation symbols; they are not API.
-# clang's sanitizer builds also leave standard-library template instances out
-# of line (libstdc++ declares namespace std with default visibility) and emit
-# function-type typeinfo for -fsanitize=function; neither is API, and both
-# are ignored only in a library linked against a sanitizer runtime.
-instrumented='^(_init|_fini|__odr_asan.*|__asan_.*|__ubsan_.*|__sanitizer_.*|__tsan_.*)$'
-if nm -D --undefined-only "$lib" | grep -qE ' (__asan_init|__tsan_init|__ubsan_handle_[a-z_]+)$'; then
-    instrumented='^(_init|_fini|__odr_asan.*|__asan_.*|__ubsan_.*|__sanitizer_.*|__tsan_.*|_ZSt.*|_ZT[IS]F.*)$'
-fi
-actual=$(nm -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | grep -vE "$instrumented" | sort -u)
-
-status=0
-if [ "$(printf '%s\n' "$expected" | uniq -d)" != "" ]; then
-    echo "listed twice:"; printf '%s\n' "$expected" | uniq -d; status=1
-fi
-missing=$(comm -23 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$actual"))
-extra=$(comm -13 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$actual"))
-[ -z "$missing" ] || { echo "documented but not exported:"; echo "$missing"; status=1; }
-[ -z "$extra" ] || { echo "exported but not documented:"; echo "$extra"; status=1; }
+node=$(sed -n 's/^\([A-Z0-9_]*\) {$/\1/p' "$script")
+# The names between "global:" and "local:", comments removed.
+listed=$(sed -e 's|/\*.*\*/||g' -e '/\/\*/,/\*\//d' "$script" | sed -n '/global:/,/local:/p' |
+         grep -oE '^[[:space:]]*[A-Za-z_][A-Za-z0-9_]*;' | tr -d ' ;' | sort)
 # Every RADIMO_API declaration of the header (comments removed, statements
 # joined) names one symbol: the identifier before its "(" or "[".
 declared=$(sed -e 's|/\*.*\*/||g' -e '/^[[:space:]]*#/d' "$header" | tr '\n' ' ' | tr ';' '\n' | grep 'RADIMO_API' |
-           sed -E 's/^.*RADIMO_API//; s/[[(].*$//; s/.*[^A-Za-z0-9_]([A-Za-z_][A-Za-z0-9_]*)[[:space:]]*$/\1/' | sort -u)
-undeclared=$(comm -23 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$declared"))
-unlisted=$(comm -13 <(printf '%s\n' "$expected" | sort -u) <(printf '%s\n' "$declared"))
-[ -z "$undeclared" ] || { echo "listed but not declared in the header:"; echo "$undeclared"; status=1; }
-[ -z "$unlisted" ] || { echo "declared in the header but not listed:"; echo "$unlisted"; status=1; }
-[ $status -eq 0 ] && echo "$(printf '%s\n' "$expected" | wc -l) exported symbols match the documented API"
+           sed -E 's/^.*RADIMO_API//; s/[[(].*$//; s/.*[^A-Za-z0-9_]([A-Za-z_][A-Za-z0-9_]*)[[:space:]]*$/\1/' | sort)
+# Sanitizer builds export their instrumentation hooks; they are not API.
+exported=$("$nm" -D --defined-only "$lib" | awk '{print $3}' | grep -vE "^(${node}|_init|_fini|__(odr_)?asan.*|__ubsan_.*|__sanitizer_.*|__tsan_.*)(@|$)" | sort)
+
+status=0
+report() { [ -z "$2" ] || { echo "$1:"; echo "$2"; status=1; }; }
+report "listed twice in $script" "$(uniq -d <<<"$listed")"
+report "declared in the header, not listed" "$(comm -13 <(echo "$listed") <(echo "$declared"))"
+report "listed, not declared in the header" "$(comm -23 <(echo "$listed") <(echo "$declared"))"
+report "listed, not exported" "$(comm -23 <(echo "$listed") <(sed 's/@.*//' <<<"$exported" | sort -u))"
+report "exported, not listed" "$(comm -13 <(echo "$listed") <(sed 's/@.*//' <<<"$exported" | sort -u))"
+report "exported without the default version $node" "$(grep -v "@@${node}$" <<<"$exported" || true)"
+[ $status -eq 0 ] && echo "$(wc -l <<<"$listed") exports match the header, version $node"
 exit $status

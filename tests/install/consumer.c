@@ -23,7 +23,7 @@ int main(void) {
     const point_t centre = {4, 3};
     int i;
 
-    CHECK(strcmp(radimo_version(), "libradimo V2.4.3") == 0);
+    CHECK(strncmp(radimo_version(), "libradimo V", 11) == 0);
 
     /* NUC table round trip: 30 degC -> NUC value -> degC within one table step. */
     CHECK(generate_high_gain_nuc_t(&factor, nuc_table) == RADIMO_SUCCESS);

@@ -3,19 +3,25 @@
 # then checks them as their user would meet them:
 #   - one package per component, each with its control fields (version, architecture,
 #     maintainer, section, dependencies) and only its own files, all under /usr, owned by root;
-#     apt could install them here (simulated);
+#     natively, apt could install them here (simulated);
 #   - the library registered for dpkg-shlibdeps (shlibs) and ldconfig triggered on install;
-#   - ELF files stripped, with their debug info in the -dbgsym packages under their build id,
-#     no run path, and no packaged file naming the source or build directory;
+#   - ELF files for the compiler's machine, stripped, with their debug info in the -dbgsym
+#     packages under their build id, no run path, and no packaged file naming the source or
+#     build directory;
 #   - extracted into a temporary root (dpkg -x), a C consumer builds against that root through
-#     pkg-config and through the CMake package and runs, and the extracted radimo answers
-#     --version.
+#     pkg-config and through the CMake package and runs (under the emulator in a cross build),
+#     and the extracted radimo answers --version.
+# Natively the library and the tool are packaged; a cross build (a toolchain file and the
+# emulator that runs the target's programs) packages the library alone.
 #   debian_packages.sh <source dir> <work dir> <version> <C compiler> <C++ compiler>
+#                      [<toolchain file> <emulator command...>]
 set -euo pipefail
 src=$1 work=$2 version=$3 cc=$4 cxx=$5
+toolchain=${6:-}
+emulator=("${@:7}")
 major=${version%%.*}
-arch=$(dpkg --print-architecture)
-triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+triplet=$("$cc" -dumpmachine)
+arch=$(dpkg-architecture -t"$triplet" -qDEB_HOST_ARCH 2>/dev/null)
 fail() {
     echo "debian_packages: $*" >&2
     exit 1
@@ -26,25 +32,37 @@ build=$work/build
 rm -rf "$build/packages" "$work/control" "$work/root" "$work/debug" "$work/cmake_consumer"
 quiet() { "$@" >"$work/output" 2>&1 || { cat "$work/output"; fail "failed: $*"; }; }
 mkdir -p "$work"
-(cd "$src" && quiet cmake --preset package -B "$build" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx")
+if [ -n "$toolchain" ]; then
+    compilers=(--toolchain "$toolchain" -DRADIMO_BUILD_CLI=OFF)
+    find_package=(--toolchain "$toolchain")
+else
+    compilers=(-DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx")
+    find_package=(-DCMAKE_C_COMPILER="$cc")
+fi
+(cd "$src" && quiet cmake --preset package -B "$build" "${compilers[@]}")
 quiet cmake --build "$build" -j2
 (cd "$build" && quiet cpack --config CPackConfig.cmake)
 debs=$build/packages
 runtime=libradimo$major
+packages=("$runtime" libradimo-dev)
+[ -n "$toolchain" ] || packages+=(radimo-tools)
 
 # The packages and their debug-info companions, by Debian's file names.
-expected=$(printf '%s\n' "${runtime}_${version}_$arch.deb" "${runtime}-dbgsym_${version}_$arch.ddeb" \
-    "libradimo-dev_${version}_$arch.deb" "radimo-tools_${version}_$arch.deb" \
-    "radimo-tools-dbgsym_${version}_$arch.ddeb" | sort)
+expected=$(for package in "${packages[@]}"; do
+    echo "${package}_${version}_$arch.deb"
+    [ "$package" = libradimo-dev ] || echo "${package}-dbgsym_${version}_$arch.ddeb"
+done | sort)
 built=$(cd "$debs" && printf "%s\n" *.deb *.ddeb | sort)
 [ "$built" = "$expected" ] || fail "packages: $built"
 
 deb() { echo "$debs/$1_${version}_$arch.deb"; }
 field() { dpkg-deb --field "$(deb "$1")" "$2"; }
-for package in "$runtime" libradimo-dev radimo-tools; do
+declare -A section=(["$runtime"]=libs [libradimo-dev]=libdevel [radimo-tools]=science)
+for package in "${packages[@]}"; do
     [ "$(field "$package" Package)" = "$package" ] || fail "$package: Package field"
     [ "$(field "$package" Version)" = "$version" ] || fail "$package: Version $(field "$package" Version)"
     [ "$(field "$package" Architecture)" = "$arch" ] || fail "$package: Architecture"
+    [ "$(field "$package" Section)" = "${section[$package]}" ] || fail "$package: Section"
     [[ "$(field "$package" Maintainer)" =~ ^[^\<]+\ \<[^@]+@[^\>]+\>$ ]] || fail "$package: Maintainer"
     [[ "$(field "$package" Description)" == *libradimo* ]] || fail "$package: Description"
     # Every packaged file under /usr, owned by root.
@@ -52,8 +70,6 @@ for package in "$runtime" libradimo-dev radimo-tools; do
     awk '$2 != "root/root" || ($6 != "./" && $6 !~ /^\.\/usr\//) { bad = 1 } END { exit bad }' <<<"$contents" ||
         fail "$package: files outside /usr or not owned by root: $contents"
 done
-[ "$(field "$runtime" Section)/$(field libradimo-dev Section)/$(field radimo-tools Section)" = \
-    "libs/libdevel/science" ] || fail "sections"
 
 # Each file in the package its user looks for it in (directories left out).
 files() { dpkg-deb --contents "$(deb "$1")" | awk '$1 !~ /^d/ { print $6 $7 $8 }' | sort | tr '\n' ' '; }
@@ -65,23 +81,25 @@ $doc/$runtime/changelog.gz $doc/$runtime/copyright " ] || fail "$runtime files: 
 $lib/cmake/radimo/radimoConfigVersion.cmake $lib/cmake/radimo/radimoTargets-relwithdebinfo.cmake \
 $lib/cmake/radimo/radimoTargets.cmake $lib/libradimo.so->libradimo.so.$major $lib/pkgconfig/radimo.pc \
 $doc/libradimo-dev/changelog.gz $doc/libradimo-dev/copyright " ] || fail "libradimo-dev files: $(files libradimo-dev)"
-[ "$(files radimo-tools)" = "./usr/bin/radimo $doc/radimo-tools/changelog.gz $doc/radimo-tools/copyright " ] ||
-    fail "radimo-tools files: $(files radimo-tools)"
 
-# Dependencies: the system libraries found by dpkg-shlibdeps, the library at this exact
-# version for the development files and the tool, the font the tool draws with.
+# Dependencies: the system libraries found by dpkg-shlibdeps (named with their architecture
+# in a cross build), the library at this exact version for the development files and the tool,
+# the font the tool draws with.
 depends() { field "$1" Depends | tr ',' '\n' | sed 's/^ *//' | sort | tr '\n' ';'; }
-for needed in "libc6 (>=" "libstdc++6 (>="; do
-    [[ "$(depends "$runtime")" == *"$needed"* ]] || fail "$runtime depends: $(depends "$runtime")"
-done
+[[ "$(depends "$runtime")" =~ libc6(:$arch)?\ \(\>=.*libstdc\+\+6(:$arch)? ]] ||
+    fail "$runtime depends: $(depends "$runtime")"
 [ "$(depends libradimo-dev)" = "$runtime (= $version);" ] || fail "libradimo-dev depends: $(depends libradimo-dev)"
-for needed in "$runtime (= $version);" "fonts-dejavu-core;" "libtiff6 (>=" "libpng16-16 (>=" "libcairo2 (>="; do
-    [[ "$(depends radimo-tools)" == *"$needed"* ]] || fail "radimo-tools depends: $(depends radimo-tools)"
-done
-# apt could install the three together on this system: every dependency can be met.
-if command -v apt-get >/dev/null; then
-    quiet apt-get install --simulate --no-install-recommends "$(deb "$runtime")" "$(deb libradimo-dev)" \
-        "$(deb radimo-tools)"
+if [ -z "$toolchain" ]; then
+    [ "$(files radimo-tools)" = "./usr/bin/radimo $doc/radimo-tools/changelog.gz $doc/radimo-tools/copyright " ] ||
+        fail "radimo-tools files: $(files radimo-tools)"
+    for needed in "$runtime (= $version);" "fonts-dejavu-core;" "libtiff6 (>=" "libpng16-16 (>=" "libcairo2 (>="; do
+        [[ "$(depends radimo-tools)" == *"$needed"* ]] || fail "radimo-tools depends: $(depends radimo-tools)"
+    done
+    # apt could install them together on this system: every dependency can be met.
+    if command -v apt-get >/dev/null; then
+        quiet apt-get install --simulate --no-install-recommends "$(deb "$runtime")" "$(deb libradimo-dev)" \
+            "$(deb radimo-tools)"
+    fi
 fi
 # Programs built against the library depend on it from this version on; dpkg runs ldconfig.
 control=$work/control
@@ -93,17 +111,22 @@ dpkg-deb --control "$(deb "$runtime")" "$control"
 root=$work/root debug=$work/debug
 for package in "$debs"/*.deb; do dpkg -x "$package" "$root"; done
 for package in "$debs"/*.ddeb; do dpkg -x "$package" "$debug"; done
-for elf in "$root/usr/lib/$triplet/libradimo.so.$version" "$root/usr/bin/radimo"; do
+machine() { readelf -h "$1" | sed -n 's/^ *Machine: *//p'; }
+echo 'int probe;' | "$cc" -c -x c -o "$work/probe.o" -
+elves=("$root/usr/lib/$triplet/libradimo.so.$version")
+[ -n "$toolchain" ] || elves+=("$root/usr/bin/radimo")
+for elf in "${elves[@]}"; do
+    [ "$(machine "$elf")" = "$(machine "$work/probe.o")" ] || fail "$elf is for $(machine "$elf")"
+    [[ "$(file -b "$elf")" == *", stripped"* ]] || fail "$elf: $(file -b "$elf")"
+    # (Outputs held in variables: grep -q in a pipeline would cut it short, a failure under pipefail.)
     dynamic=$(readelf -d "$elf")
     ! grep -Eq '\((RPATH|RUNPATH)\)' <<<"$dynamic" || fail "$elf has a run path"
-    sections=$(readelf -S "$elf")
-    ! grep -Eq ' \.(symtab|debug_info) ' <<<"$sections" || fail "$elf is not stripped"
     id=$(readelf -n "$elf" | sed -n 's/^ *Build ID: //p')
-    readelf -S "$debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" 2>/dev/null | grep -q ' \.debug_info ' ||
-        fail "$elf: no debug info for build id $id"
+    sections=$(readelf -S "$debug/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" 2>/dev/null)
+    grep -q ' \.debug_info ' <<<"$sections" || fail "$elf: no debug info for build id $id"
 done
-readelf -d "$root/usr/lib/$triplet/libradimo.so.$version" | grep -q "Library soname: \[libradimo.so.$major\]" ||
-    fail "SONAME"
+dynamic=$(readelf -d "$root/usr/lib/$triplet/libradimo.so.$version")
+grep -q "Library soname: \[libradimo.so.$major\]" <<<"$dynamic" || fail "SONAME"
 ! grep -rlF -e "$src" -e "$work" "$root" || fail "packaged files above name the source or build directory"
 
 # A consumer through pkg-config, the paths of radimo.pc moved under the root.
@@ -114,12 +137,16 @@ flags=$(PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$root/usr/lib/$triplet/pk
 # shellcheck disable=SC2086
 "$cc" -std=c99 -Wall -Werror -o "$work/pc_consumer" "$src/tests/install/consumer.c" $flags -lm
 export LD_LIBRARY_PATH=$root/usr/lib/$triplet
-"$work/pc_consumer"
-# A consumer through the CMake package.
-cmake -S "$src/tests/install/cmake_consumer" -B "$work/cmake_consumer" -DCMAKE_C_COMPILER="$cc" \
+"${emulator[@]}" "$work/pc_consumer"
+# A consumer through the CMake package (found by its directory when the toolchain confines the
+# search to the target's tree).
+[ -n "$toolchain" ] && find_package+=(-Dradimo_DIR="$root/usr/lib/$triplet/cmake/radimo")
+cmake -S "$src/tests/install/cmake_consumer" -B "$work/cmake_consumer" "${find_package[@]}" \
     -DCMAKE_PREFIX_PATH="$root/usr" -DCONSUMER_SOURCE="$src/tests/install/consumer.c" >/dev/null
 cmake --build "$work/cmake_consumer" >/dev/null
-"$work/cmake_consumer/consumer"
+"${emulator[@]}" "$work/cmake_consumer/consumer"
 # The tool.
-[ "$("$root/usr/bin/radimo" --version)" = "radimo $version (libradimo V$version)" ] || fail "radimo --version"
+if [ -z "$toolchain" ]; then
+    [ "$("$root/usr/bin/radimo" --version)" = "radimo $version (libradimo V$version)" ] || fail "radimo --version"
+fi
 echo "debian_packages: ok:" "${built//$'\n'/ }"

@@ -3,6 +3,7 @@ usual index range, an environment tau table and a raw correction table (version-
 demo camera written by the radimo tool."""
 import json
 import os
+import pathlib
 import subprocess
 
 import numpy as np
@@ -56,7 +57,10 @@ RADIMO_EXE = os.environ.get("RADIMO_EXE")  # the radimo tool, when it is built
 
 @pytest.fixture(scope="session")
 def demo(tmp_path_factory):
-    """The directory `radimo demo` writes: camera/ (the demo camera's profile) and raw.tiff."""
+    """The directory `radimo demo` writes: camera/ (the demo camera's profile) and raw.tiff; the
+    one the CTest fixture wrote (RADIMO_DEMO), else a new one. Tests write beside it, never in it."""
+    if os.environ.get("RADIMO_DEMO"):
+        return pathlib.Path(os.environ["RADIMO_DEMO"])
     if not RADIMO_EXE:
         pytest.skip("the radimo tool is not built (RADIMO_EXE unset)")
     out = tmp_path_factory.mktemp("demo")

@@ -15,21 +15,20 @@ from conftest import RADIMO_EXE, read_tiff
 rng = np.random.default_rng(11)
 
 
-def convert(demo, *flags):
-    out = demo / f"convert{len(flags)}.tiff"
+def convert(demo, out, *flags):
     subprocess.run([RADIMO_EXE, "convert", str(demo / "raw.tiff"), "--camera", str(demo / "camera"), "-q",
                     "-o", str(out), *flags], check=True)
     return read_tiff(out)[0]
 
 
-def test_to_celsius_equals_radimo_convert(demo):
+def test_to_celsius_equals_radimo_convert(demo, tmp_path):
     camera = radimo.Camera(demo / "camera")
     raw, vtemps = read_tiff(demo / "raw.tiff")
     plain = camera.to_celsius(raw, vtemp=vtemps)
     corrected = camera.to_celsius(raw, vtemp=vtemps, scene_correct=True)
     assert plain.dtype == corrected.dtype == np.float32 and plain.shape == raw.shape
-    assert plain.tobytes() == convert(demo).tobytes()
-    assert corrected.tobytes() == convert(demo, "--scene-correct").tobytes()
+    assert plain.tobytes() == convert(demo, tmp_path / "plain.tiff").tobytes()
+    assert corrected.tobytes() == convert(demo, tmp_path / "corrected.tiff", "--scene-correct").tobytes()
     # One frame, a strided view of one, and the camera's own vtemp (that of the first frame).
     assert camera.to_celsius(raw[1], vtemp=vtemps[1]).tobytes() == plain[1].tobytes()
     assert camera.to_celsius(np.asfortranarray(raw[0])).tobytes() == plain[0].tobytes()
