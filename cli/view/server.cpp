@@ -74,6 +74,8 @@ ToolTexts tools_of(const Request &req) {
     all("point", tools.points);
     all("line", tools.lines);
     all("rect", tools.rects);
+    all("polygon", tools.polygons);
+    all("ellipse", tools.ellipses);
     return tools;
 }
 
@@ -128,7 +130,7 @@ void get_frame(Session &session, const Request &req, Response &res) {
             return;
         }
     }
-    const std::vector<RegionResult> measured = session.measure(*frame, tools_of(req));
+    const MeasuredTools measured = session.measure(*frame, tools_of(req));
     res.set_content(session.frame_message(*frame, measured), "application/octet-stream");
 }
 
@@ -145,6 +147,7 @@ void get_measure(Session &session, const Request &req, Response &res) {
         for (const auto &record : report["frames"]) {
             nlohmann::ordered_json head = record;
             head.erase("measurements");
+            head.erase("delta_t");
             for (const auto &m : record["measurements"]) {
                 nlohmann::ordered_json row = head;
                 row.update(m);

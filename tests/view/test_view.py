@@ -202,24 +202,25 @@ def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screensh
 
 def test_exports_are_what_measure_and_render_write(demo, viewer, tmp_path):
     v = viewer(demo / "raw.tiff", "--camera", demo / "camera")
-    tools = "point=458,340&line=380,355,630,355&rect=250,232,60,13"
-    report = v.json(f"/api/measure?index=1&{tools}")
-    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--point", "458,340",
-               "--line", "380,355,630,355", "--rect", "250,232,60,13", "--json")
+    tools = {"point": "458,340", "line": "380,355,630,355", "rect": "250,232,60,13",
+             "polygon": "430,330,480,332,476,380,428,378", "ellipse": "250,200,30,40"}
+    query = "&".join(f"{k}={v}" for k, v in tools.items())
+    options = [a for k, v in tools.items() for a in (f"--{k}", v)]
+    report = v.json(f"/api/measure?index=1&{query}")
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", *options, "--json")
     expected = json.loads(r.stdout)
     assert report["frames"][0] == expected["frames"][1]
-    status, headers, csv = v.get(f"/api/measure?index=1&{tools}&format=csv&download=1")
+    status, headers, csv = v.get(f"/api/measure?index=1&{query}&format=csv&download=1")
     assert status == 200 and "attachment" in headers["Content-Disposition"]
-    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--point", "458,340",
-               "--line", "380,355,630,355", "--rect", "250,232,60,13", "--csv")
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", *options, "--csv")
     lines = r.stdout.splitlines()
     assert csv.decode().splitlines() == [lines[0]] + [l for l in lines[1:] if l.startswith("1,")]
 
-    status, _, png = v.get("/api/picture.png?index=0&palette=lava&range=15,70&isotherm=60,70&rect=420,310,76,82")
+    status, _, png = v.get(f"/api/picture.png?index=0&palette=lava&range=15,70&isotherm=60,70&{query}")
     assert status == 200
     out = tmp_path / "render.png"
     r = radimo("render", demo / "raw.tiff", "--camera", demo / "camera", "-o", out, "--palette", "lava",
-               "--range", "15,70", "--isotherm", "60,70", "--rect", "420,310,76,82")
+               "--range", "15,70", "--isotherm", "60,70", *options)
     assert r.returncode == 0, r.stderr
     assert png == out.read_bytes()
 

@@ -428,13 +428,16 @@
     return stale;
   }
 
-  // What a tool's result shows: a spot's value; the others' maximum and minimum (with positions)
-  // and average.
+  // What a tool's result shows: a spot's value; a line's and a box's largest and smallest 3x3 mean
+  // (with positions) and average; an ellipse's and a polygon's hottest and coldest pixel and mean
+  // (as `radimo render` labels them).
   function summary(t) {
     const r = t.result;
     if (!r) return null;
     if (t.kind === 'point') return { value: r.trimmed.value.celsius };
-    if (t.kind === 'polygon' || t.kind === 'ellipse') return { max: r.max, min: r.min, avg: r.mean_c };
+    if (t.kind === 'polygon' || t.kind === 'ellipse') {
+      return { max: r.pixels.hottest, min: r.pixels.coldest, avg: r.pixels.mean.celsius };
+    }
     return { max: r.trimmed.max, min: r.trimmed.min, avg: r.trimmed.avg.celsius };
   }
 
@@ -454,7 +457,7 @@
     if (!r) return label;
     if (t.kind === 'point') return `${label} ${fmt(r.value)}`;
     if (t.kind === 'line') return `${label} max ${fmt(r.max.celsius)}`;
-    return `${label} avg ${fmt(r.avg)}`;
+    return `${label} ${t.kind === 'rect' ? 'avg' : 'mean'} ${fmt(r.avg)}`;
   }
 
   function drawLabel(group, text, x, y, s) {
