@@ -131,6 +131,8 @@ void get_frame(Session &session, const Request &req, Response &res) {
         }
     }
     const MeasuredTools measured = session.measure(*frame, tools_of(req));
+    // The index ahead of the message: a live page asks for the next frame as soon as it reads it.
+    res.set_header("X-Radimo-Frame", std::to_string(frame->source->index));
     res.set_content(session.frame_message(*frame, measured), "application/octet-stream");
 }
 

@@ -23,16 +23,6 @@
     return body;
   }
 
-  // The frame message: u32 length, JSON, padding to 4 bytes, then u16 or float32 samples.
-  function decodeFrame(buffer) {
-    const length = new DataView(buffer).getUint32(0, true);
-    const meta = JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length)));
-    const start = Math.ceil((4 + length) / 4) * 4;
-    const pixels = meta.width * meta.height;
-    const samples = meta.samples === 'u16' ? new Uint16Array(buffer, start, pixels) : new Float32Array(buffer, start, pixels);
-    return { meta, samples, width: meta.width, height: meta.height, divisor: meta.divisor || 0 };
-  }
-
   // The shown temperature of pixel i in degC, exactly the library's float value.
   function celsiusAt(frame, i) {
     const v = frame.samples[i];
@@ -154,6 +144,8 @@
     return [lo, hi];
   }
 
+  let picture = null;
+
   function paintFrame() {
     const frame = state.frame;
     if (!frame) return;
@@ -171,8 +163,12 @@
     const span = hi - lo;
     const iso = currentIsotherm();
     const ctx = canvas.getContext('2d');
-    const image = ctx.createImageData(frame.width, frame.height);
-    const out = new Uint32Array(image.data.buffer);
+    // One picture buffer, reused while the size stays (a live stream would make one per frame).
+    if (!picture || picture.width !== frame.width || picture.height !== frame.height) {
+      picture = ctx.createImageData(frame.width, frame.height);
+      picture.out = new Uint32Array(picture.data.buffer);
+    }
+    const image = picture, out = picture.out;
     const n = frame.width * frame.height;
     if (frame.divisor) {
       // 16-bit samples: one colour per possible value, then a lookup per pixel.
@@ -603,6 +599,7 @@
   async function measureTools() {
     drawOverlay();
     showToolTable();
+    if (liveWorker) liveWorker.postMessage({ tools: liveTools() });  // measured on the next frames
     if (!state.frame || state.tools.length === 0) return;
     if (measuring) { measureAgain = true; return; }
     measuring = true;
@@ -709,50 +706,57 @@
     playTimer = setTimeout(playFiles, delay);
   }
 
-  // Live: ask for the frame after the last one received; the server answers with the newest as
-  // soon as there is one, so a slow page skips frames instead of falling behind. The next request
-  // goes out as soon as a frame is in, while that frame is drawn.
-  let liveLoop = false;
+  // Live: live.js asks for the frames (off this thread, so drawing never holds the requests up)
+  // and hands each one over as it comes; the newest waiting is drawn as soon as the page is free,
+  // older ones are skipped, so a slow page shows fewer frames but never falls behind.
+  let liveWorker = null, liveWaiting = null, liveDrawing = false;
 
-  function askLive(after) {
-    const asked = askedTools();
-    return fetch(apiUrl('/api/frame', toolParams([['after', after], ['wait', 2000]]))).then(async (response) => {
-      if (response.status === 204) return { after, ended: response.headers.get('X-Radimo-Ended') };
-      if (!response.ok) {
-        const body = await response.json().catch(() => ({}));
-        return { after, error: body.error || `HTTP ${response.status}` };
-      }
-      const frame = Object.assign(decodeFrame(await response.arrayBuffer()), { asked });
-      return { after: frame.meta.index, frame };
-    }, (e) => ({ after, error: `the server does not answer (${e.message})`, offline: true }));
+  function liveTools() {
+    return { params: toolParams([]), asked: askedTools() };
   }
 
-  async function followLive() {
-    if (liveLoop) return;
-    liveLoop = true;
-    try {
-      let asked = askLive(state.frame ? state.frame.meta.index : 'none');
-      while (state.playing) {
-        const answer = await asked;
-        if (!state.playing) break;
-        if (answer.ended) {
-          setStatus(`stream ended: ${answer.ended}`, false);
-          setPlaying(false);
-          break;
-        }
-        if (answer.error) {
-          setStatus(answer.error, true);
-          await new Promise((r) => setTimeout(r, answer.offline ? 1000 : 500));
-        }
-        asked = askLive(answer.after);
-        if (answer.frame) {
-          await new Promise((r) => requestAnimationFrame(r));
-          showDecoded(answer.frame);
-        }
-      }
-    } finally {
-      liveLoop = false;
+  function followLive() {
+    if (!liveWorker) {
+      liveWorker = new Worker(`live.js?token=${encodeURIComponent(token)}`);
+      liveWorker.onmessage = (event) => onLiveAnswer(event.data);
+      liveWorker.onerror = (event) => setStatus(`live frames: ${event.message}`, true);
     }
+    liveWorker.postMessage({ after: state.frame ? state.frame.meta.index : 'none', tools: liveTools(), run: true });
+  }
+
+  function onLiveAnswer(answer) {
+    if (!state.playing) return;
+    if (answer.ended) {
+      drawLive();  // the last frame first
+      setStatus(`stream ended: ${answer.ended}`, false);
+      setPlaying(false);
+    } else if (answer.error) {
+      setStatus(answer.error, true);
+    } else if (answer.frame) {
+      if (liveWaiting) handBack(liveWaiting);  // never drawn: a newer one is here
+      liveWaiting = Object.assign(answer.frame, { live: true });
+      if (!liveDrawing) {
+        liveDrawing = true;
+        setTimeout(drawLive, 0);
+      }
+    }
+  }
+
+  function drawLive() {
+    liveDrawing = false;
+    const frame = liveWaiting;
+    liveWaiting = null;
+    if (!frame) return;
+    const before = state.frame;
+    showDecoded(frame);
+    if (before && before.live) handBack(before);
+  }
+
+  // A live frame no longer shown gives its buffer back to live.js for a later frame.
+  function handBack(frame) {
+    const buffer = frame.samples.buffer;
+    frame.samples = new frame.samples.constructor(0);
+    liveWorker.postMessage({ spare: buffer }, [buffer]);
   }
 
   function showLiveStatus() {
@@ -770,7 +774,10 @@
     $('play').querySelector('path').setAttribute('d', on ? 'M4 3h3v10H4zM9 3h3v10H9z' : 'M5 3l8 5-8 5z');
     $('play').classList.toggle('active', on);
     clearTimeout(playTimer);
-    if (!on) return;
+    if (!on) {
+      if (liveWorker) liveWorker.postMessage({ run: false });
+      return;
+    }
     if (state.live) followLive();
     else playFiles();
   }
