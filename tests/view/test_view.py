@@ -114,15 +114,15 @@ def test_hover_and_a_dragged_box_read_what_the_library_and_measure_read(demo, vi
     # An ellipse dragged over the can and a polygon clicked around the face, a corner then moved:
     # the three tools as `measure --json` reports them.
     browser.find_element("id", "tool-ellipse").click()
-    pointer(browser, [("move", 540, 440), ("down",), ("move", 570, 480), ("move", 600, 500), ("up",)])
+    pointer(browser, [("move", 555, 325), ("down",), ("move", 570, 360), ("move", 590, 385), ("up",)])
     browser.find_element("id", "tool-polygon").click()
-    corners = [(330, 200), (540, 190), (520, 380), (420, 420), (340, 380)]
+    corners = [(222, 190), (335, 188), (342, 255), (318, 318), (240, 318), (215, 255)]
     for x, y in corners + [corners[0]]:
         pointer(browser, [("move", x, y), ("down",), ("up",)])
-    pointer(browser, [("move", 420, 420), ("down",), ("move", 430, 450), ("up",)])
-    corners[3] = (430, 450)
+    pointer(browser, [("move", 318, 318), ("down",), ("move", 322, 322), ("up",)])
+    corners[3] = (322, 322)
     r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", "400,310,61,46", "--polygon",
-               ",".join(f"{x},{y}" for x, y in corners), "--ellipse", "570,470,30.5,30.5", "--json")
+               ",".join(f"{x},{y}" for x, y in corners), "--ellipse", "572.5,355,18,30.5", "--json")
     expected = {m["kind"]: m for m in json.loads(r.stdout)["frames"][0]["measurements"]}
     assert list(expected) == ["rect", "polygon", "ellipse"]
     wait_for(lambda: {m["kind"]: m for m in tool_results(browser) if m} == expected,

@@ -1112,7 +1112,7 @@
         drawOverlay();
         showToolTable();
       },
-      Enter: () => finishPolygon(),
+      Enter: () => { if (state.tools.some((t) => t.open)) finishPolygon(); },
       '+': () => zoomAtCentre(1.25), '=': () => zoomAtCentre(1.25), '-': () => zoomAtCentre(0.8),
       0: () => fit(), 1: () => { zoomAtCentre(1 / state.zoom); },
       v: () => setMode('select'), s: () => setMode('point'), l: () => setMode('line'), b: () => setMode('rect'),
