@@ -169,7 +169,7 @@ def test_a_sequence_steps_and_plays(demo, viewer, browser):
 
 
 def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screenshot, tmp_path):
-    width, height, frames = 160, 120, 40
+    width, height, frames = 160, 120, 60
     record = tmp_path / "live.tiff"
     import subprocess
     v = viewer("--stdin", "--size", f"{width}x{height}", "--record", record, stdin=subprocess.PIPE)
@@ -189,9 +189,14 @@ def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screensh
     thread.start()
     counts = set()
     wait_for(lambda: counts.add(text(browser, "frame-counter")) or len(counts) >= 5, what="live frames")
+    # A box drawn while the frames come: the later frames arrive with its statistics.
+    browser.find_element("id", "tool-box").click()
+    pointer(browser, [("move", 20, 20), ("down",), ("move", 40, 35), ("move", 60, 50), ("up",)])
     thread.join()
     wait_for(lambda: "stream ended" in text(browser, "status"), what="the end of the stream")
-    assert browser.execute_script("return window.radimoView.shown().index") == frames - 1
+    last = browser.execute_script("return window.radimoView.shown()")
+    assert last["index"] == frames - 1
+    assert [m["label"] for m in last["report"]["frames"][0]["measurements"]] == ["R1"]
     screenshot("live-stdin")
     assert console_errors(browser) == []
     out = v.stop()

@@ -599,7 +599,13 @@
   async function measureTools() {
     drawOverlay();
     showToolTable();
-    if (liveWorker) liveWorker.postMessage({ tools: liveTools() });  // measured on the next frames
+    if (liveWorker && askedTools().join('&') !== liveAsked) {
+      // The stream is asked for again with changed tools once they rest (not at every step of a
+      // drag, which the requests below follow meanwhile).
+      liveAsked = askedTools().join('&');
+      clearTimeout(liveToolsTimer);
+      liveToolsTimer = setTimeout(() => liveWorker.postMessage({ tools: liveTools() }), 300);
+    }
     if (!state.frame || state.tools.length === 0) return;
     if (measuring) { measureAgain = true; return; }
     measuring = true;
@@ -706,10 +712,10 @@
     playTimer = setTimeout(playFiles, delay);
   }
 
-  // Live: live.js asks for the frames (off this thread, so drawing never holds the requests up)
-  // and hands each one over as it comes; the newest waiting is drawn as soon as the page is free,
-  // older ones are skipped, so a slow page shows fewer frames but never falls behind.
-  let liveWorker = null, liveWaiting = null, liveDrawing = false;
+  // Live: live.js receives the frames (off this thread, so drawing never holds the stream up) and
+  // hands each one over as it comes; the newest waiting is drawn as soon as the page is free, older
+  // ones are skipped, so a slow page shows fewer frames but never falls behind.
+  let liveWorker = null, liveWaiting = null, liveDrawing = false, liveToolsTimer = null, liveAsked = '';
 
   function liveTools() {
     return { params: toolParams([]), asked: askedTools() };
@@ -721,6 +727,7 @@
       liveWorker.onmessage = (event) => onLiveAnswer(event.data);
       liveWorker.onerror = (event) => setStatus(`live frames: ${event.message}`, true);
     }
+    liveAsked = askedTools().join('&');
     liveWorker.postMessage({ after: state.frame ? state.frame.meta.index : 'none', tools: liveTools(), run: true });
   }
 
