@@ -102,8 +102,8 @@ def test_hover_and_a_dragged_box_read_what_the_library_and_measure_read(demo, vi
 
     # A box drawn over the mug, then dragged by its body: each time what `measure --json` says.
     browser.find_element("id", "tool-box").click()
-    pointer(browser, [("move", 420, 300), ("down",), ("move", 470, 330), ("move", 480, 345), ("up",)])
-    for box, moved in [((420, 300, 61, 46), None), ((400, 310, 61, 46), ((450, 320), (430, 330)))]:
+    pointer(browser, [("move", 410, 320), ("down",), ("move", 450, 345), ("move", 470, 365), ("up",)])
+    for box, moved in [((410, 320, 61, 46), None), ((425, 330, 61, 46), ((440, 340), (455, 350)))]:
         if moved:
             pointer(browser, [("move", *moved[0]), ("down",), ("move", *moved[1]), ("up",)])
         rect = ",".join(map(str, box))
@@ -121,7 +121,7 @@ def test_hover_and_a_dragged_box_read_what_the_library_and_measure_read(demo, vi
         pointer(browser, [("move", x, y), ("down",), ("up",)])
     pointer(browser, [("move", 318, 318), ("down",), ("move", 322, 322), ("up",)])
     corners[3] = (322, 322)
-    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", "400,310,61,46", "--polygon",
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", "425,330,61,46", "--polygon",
                ",".join(f"{x},{y}" for x, y in corners), "--ellipse", "572.5,355,18,30.5", "--json")
     expected = {m["kind"]: m for m in json.loads(r.stdout)["frames"][0]["measurements"]}
     assert list(expected) == ["rect", "polygon", "ellipse"]
