@@ -8,6 +8,7 @@
 #include "commands/command.h"
 #include "core/atomic_output.h"
 #include "core/errors.h"
+#include "core/warnings.h"
 #include "libradimo.h"
 
 namespace radimo::cli {
@@ -39,11 +40,17 @@ int run(int argc, char **argv) {
                              std::string("radimo " RADIMO_CLI_VERSION " (") + radimo_version() + ")");
     program.require_subcommand(1, 1);
     program.fallthrough();
-    bool verbose = false;
+    bool verbose = false, strict = false;
     program.add_flag("-v,--verbose", verbose, "Also print the library's own messages on standard error");
+    program.add_flag(
+        "--strict", strict,
+        "End with exit code 2 when the input raised a warning (an implausible unit, byte-swapped "
+        "samples, saturated raw values, a doubtful frame size)");
     program.footer(
-        "Exit codes: 0 success, 2 bad arguments or input, 3 library failure, 4 file read/write failure\n"
-        "(standard output included).\n"
+        "Warnings (doubts about the input) are lines \"radimo: warning: ...\" on standard error and a\n"
+        "\"warnings\" array in JSON.\n"
+        "Exit codes: 0 success, 2 bad arguments or input (or a warning with --strict), 3 library failure,\n"
+        "4 file read/write failure (standard output included).\n"
         "Outputs appear whole or not at all (written under a temporary name, then renamed; through a\n"
         "symbolic link, the file it leads to). -o - writes to standard output; a device or pipe such as\n"
         "/dev/null is written into, not replaced. No command overwrites one of its inputs.\n" +
@@ -76,16 +83,26 @@ int run(int argc, char **argv) {
         for (const Command &c : commands)
             if (c.app->parsed()) c.run();
     } catch (const Error &e) {
+        warnings().print(stderr);
         std::fprintf(stderr, "radimo: error: %s\n", e.what());
         return static_cast<int>(e.exit());
     } catch (const std::bad_alloc &) {
+        warnings().print(stderr);
         std::fprintf(stderr, "radimo: error: out of memory\n");
         return static_cast<int>(Exit::kIo);
     } catch (const std::exception &e) {
+        warnings().print(stderr);
         std::fprintf(stderr, "radimo: error: %s\n", e.what());
         return static_cast<int>(Exit::kIo);
     }
-    return flushed(0);
+    const bool warned = !warnings().empty();
+    const int code = flushed(0);
+    warnings().print(stderr);
+    if (code == 0 && strict && warned) {
+        std::fprintf(stderr, "radimo: error: --strict: the input raised warnings\n");
+        return static_cast<int>(Exit::kUsage);
+    }
+    return code;
 }
 
 }  // namespace

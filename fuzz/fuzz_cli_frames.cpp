@@ -59,8 +59,7 @@ std::vector<cli::Frame> read_frames(std::size_t file_size, std::optional<cli::Fr
     std::vector<cli::Frame> frames;
     cli::Frame frame;
     while (frames.size() < 64 && reader->next(frame)) {
-        const std::size_t held =
-            frame.unit == cli::Unit::kCelsius ? frame.celsius.size() : frame.samples.size();
+        const std::size_t held = cli::is_float_unit(frame.unit) ? frame.floats.size() : frame.samples.size();
         check(frame.width > 0 && frame.height > 0 && held == frame.pixels());
         // A header costs no more than the file holds, times deflate's or LZW's expansion.
         check(held * 4 <= 4096 * file_size + 4096);
@@ -140,11 +139,11 @@ void recipe(FuzzedDataProvider &p) {
         f.height = p.ConsumeIntegralInRange(1, 16);
         const bool f32 = p.ConsumeIntegralInRange(0, 3) == 0;
         f.unit = f32 ? cli::Unit::kCelsius : p.ConsumeBool() ? cli::Unit::kNuc : cli::Unit::kKelvin16;
-        f.unit_from_file = true;
+        f.unit_source = cli::UnitSource::kFile;
         if (f.unit == cli::Unit::kNuc && p.ConsumeBool()) f.vtemp = p.ConsumeIntegral<uint16_t>();
         for (std::size_t i = 0; i < f.pixels(); ++i) {
             if (f32)
-                f.celsius.push_back(static_cast<float>(p.ConsumeIntegralInRange(-400, 4000)) / 8.0f);
+                f.floats.push_back(static_cast<float>(p.ConsumeIntegralInRange(-400, 4000)) / 8.0f);
             else
                 f.samples.push_back(p.ConsumeIntegral<uint16_t>());
         }
@@ -161,7 +160,7 @@ void recipe(FuzzedDataProvider &p) {
         TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
         for (int y = 0; y < f.height; ++y) {
             const std::size_t offset = static_cast<std::size_t>(y) * f.width;
-            void *row = f32 ? static_cast<void *>(f.celsius.data() + offset)
+            void *row = f32 ? static_cast<void *>(f.floats.data() + offset)
                             : static_cast<void *>(f.samples.data() + offset);
             check(TIFFWriteScanline(tiff, row, static_cast<uint32_t>(y), 0) == 1);
         }
@@ -206,8 +205,9 @@ void recipe(FuzzedDataProvider &p) {
         check(frames.size() == written.size());
         for (std::size_t i = 0; i < frames.size(); ++i) {
             const cli::Frame &a = written[i], &b = frames[i];
-            check(a.width == b.width && a.height == b.height && a.unit == b.unit && b.unit_from_file &&
-                  a.vtemp == b.vtemp && a.samples == b.samples && a.celsius == b.celsius);
+            check(a.width == b.width && a.height == b.height && a.unit == b.unit &&
+                  b.unit_source == cli::UnitSource::kFile && a.vtemp == b.vtemp && a.samples == b.samples &&
+                  a.floats == b.floats);
         }
     } catch (const cli::Error &e) {
         check(cut || forged);  // an unforged file is read

@@ -88,8 +88,10 @@ struct Fixture {
         }
         view::SessionSettings settings;
         settings.camera = camera;
-        session = std::make_unique<view::Session>(view::open_file_source({dir / "raw.tiff"}, std::nullopt),
-                                                  settings);
+        session = std::make_unique<view::Session>(
+            view::open_file_source({dir / "raw.tiff"},
+                                   FrameInput{std::nullopt, std::nullopt, std::nullopt, Unit::kNuc}),
+            settings);
         access = std::make_unique<view::Access>(kToken, "127.0.0.1", 8080);
         view::install_routes(server, *session, *access);
     }

@@ -1,4 +1,5 @@
-// radimo convert: raw NUC frames to temperature frames, streamed.
+// radimo convert: frames to temperature frames of any unit, streamed: raw
+// NUC frames through a camera, temperature frames from unit to unit.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -10,7 +11,9 @@
 #include "core/camera_options.h"
 #include "core/conversion.h"
 #include "core/errors.h"
+#include "core/frame_options.h"
 #include "core/progress.h"
+#include "core/warnings.h"
 #include "formats/frame_file.h"
 
 namespace radimo::cli {
@@ -22,8 +25,8 @@ struct ConvertOptions {
     std::string output;
     std::string format;
     std::string to = "celsius";
-    std::string size;
     bool quiet = false;
+    FrameOptions frames;
     CameraOptions camera;
 };
 
@@ -55,8 +58,10 @@ void convert_into(const fs::path &target, std::vector<Input> &inputs, const Fram
     const bool quiet = o.quiet;
     const FileFormat format = output_format(target, o.format);
     if (!format_holds(format, unit))
-        fail_usage(target.string() + ": " + format_name(format) +
-                   " holds 16-bit samples; use --to kelvin16 or --to centikelvin, or write .tiff or .csv");
+        fail_usage(
+            target.string() + ": " + format_name(format) +
+            " holds 16-bit samples; use a 16-bit unit (--to kelvin16, centikelvin...), or write .tiff or "
+            ".csv");
     std::size_t total = 0;
     for (const Input &in : inputs) total += in.reader->frame_count();
     if (total > 1 && !format_holds_many(format))
@@ -70,32 +75,36 @@ void convert_into(const fs::path &target, std::vector<Input> &inputs, const Fram
     auto writer = create_frame_writer(format, file.temp_path(), target.string());
     Progress progress("convert " + target.filename().string(), total, quiet);
     Frame frame;
+    std::string from;  // the units the frames came in, each once
     for (Input &in : inputs) {
-        while (in.reader->next(frame)) {
-            Frame out = converter.convert(frame, unit, in.path.string());
+        for (std::size_t index = 0; in.reader->next(frame); ++index) {
+            Frame out = converter.convert(frame, unit, in.path.string(), index);
             out.vtemp = frame.vtemp;
             writer->write(out);
             progress.advance();
+            std::string source = describe_unit(frame.unit, frame.unit_source);
+            if (converter.quantises(frame.unit)) source += ", rounded to kelvin16 for the scene correction";
+            if (from.find(source) == std::string::npos) from += (from.empty() ? "" : "; ") + source;
         }
     }
     writer->close();
     file.commit();
     if (!quiet)
-        std::fprintf(report_stream(), "%s: %zu frame%s in %s\n", target.string().c_str(), total,
-                     total == 1 ? "" : "s", unit_name(unit));
+        std::fprintf(report_stream(), "%s: %zu frame%s in %s (%s), from %s\n", target.string().c_str(), total,
+                     total == 1 ? "" : "s", unit_name(unit), unit_symbol(unit), from.c_str());
 }
 
 void run_convert(const ConvertOptions &o) {
     const auto unit = unit_from_name(o.to);
-    if (!unit || *unit == Unit::kNuc)
-        fail_usage("--to " + o.to + ": expected celsius, kelvin16 or centikelvin");
-    const std::optional<FrameSize> size = parse_optional_size("--size", o.size);
+    if (!unit || !is_temperature(*unit))
+        fail_usage("--to " + o.to + ": expected a temperature unit: " + unit_names(", ", true));
     const std::optional<CameraProfile> camera = o.camera.load();
     const FrameConverter converter(o.camera.settings(camera ? &*camera : nullptr));
+    const FrameInput input = o.frames.input(camera.has_value());
 
     // Every input is opened (and so checked) before anything is written.
     std::vector<Input> inputs;
-    for (const std::string &name : o.inputs) inputs.push_back({name, open_frame_file(name, size)});
+    for (const std::string &name : o.inputs) inputs.push_back({name, open_frame_file(name, input)});
     const std::vector<fs::path> camera_files = o.camera.files(camera);
     if (!o.output.empty()) {
         convert_into(o.output, inputs, converter, *unit, o, camera_files);
@@ -115,9 +124,12 @@ void run_convert(const ConvertOptions &o) {
 
 void add_convert_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<ConvertOptions>();
-    CLI::App *cmd = program.add_subcommand("convert", "Convert raw NUC frames to temperature frames");
-    cmd->add_option("RAW", o->inputs,
-                    "Input frames: 16-bit TIFF (multi-page), PNG or PGM, or raw u16 LE with --size")
+    CLI::App *cmd = program.add_subcommand(
+        "convert",
+        "Convert frames to temperature frames: raw NUC frames through a camera, or temperatures "
+        "from one unit to another");
+    cmd->add_option("FRAMES", o->inputs,
+                    "Input frames: TIFF (multi-page), PNG or PGM, or raw samples with --size")
         ->required();
     cmd->add_option("-o,--output", o->output,
                     "Output file (.tiff, .png, .pgm, .csv; - for standard output with --format); default: "
@@ -125,14 +137,16 @@ void add_convert_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--format", o->format,
                     "Output format tiff, png, pgm or csv (default: the output's extension)");
     cmd->add_option("--to", o->to,
-                    "Output unit: celsius (float32), kelvin16 (1/16 K) or centikelvin (1/100 K)")
+                    "Output unit: celsius or kelvin (float32: .tiff, .csv), kelvin16 (1/16 K), centikelvin "
+                    "(1/100 K), decikelvin (1/10 K) or millikelvin (1/1000 K)")
         ->capture_default_str();
-    cmd->add_option("--size", o->size, "Frame size WxH of raw inputs");
     cmd->add_flag("-q,--quiet", o->quiet, "No progress bar or summary");
-    o->camera.add_to(*cmd, true, true);
+    o->frames.add_to(*cmd);
+    o->camera.add_to(*cmd, false, true);
     cmd->footer(
         example({"radimo convert demo/raw.tiff --camera demo/camera -o frames.tiff --scene-correct",
-                 "radimo convert capture.raw --size 640x512 --camera cam --to kelvin16 -o capture.pgm"}));
+                 "radimo convert capture.raw --size 640x512 --camera cam --to kelvin16 -o capture.pgm",
+                 "radimo convert room.png --unit centikelvin --to celsius -o room.csv"}));
     commands.push_back({cmd, [o] { run_convert(*o); }});
 }
 

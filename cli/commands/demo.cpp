@@ -12,6 +12,7 @@
 #include "core/errors.h"
 #include "core/picture_output.h"
 #include "core/regions.h"
+#include "core/statistics.h"
 #include "demo/demo_camera.h"
 #include "formats/frame_file.h"
 
@@ -27,11 +28,22 @@ struct DemoOptions {
     bool json = false;
 };
 
-// One frame of the demo: raw, apparent and scene-corrected.
+// One frame of the demo: raw, apparent and scene-corrected, and the three measured.
 struct DemoFrame {
     uint16_t vtemp = 0;
     Frame raw, apparent, corrected_celsius, corrected;
+    MeasuredFrame raw_values, apparent_values, corrected_values;
 };
+
+// The raw frame's NUC values measured as they are (the trimmed means of the sensor's response).
+MeasuredFrame nuc_values(const Frame &raw) {
+    MeasuredFrame m;
+    m.width = raw.width;
+    m.height = raw.height;
+    m.values = raw.samples;
+    m.unit = Unit::kNuc;
+    return m;
+}
 
 // The text report, kept until the end (--json prints the JSON instead).
 std::string g_text;
@@ -61,7 +73,7 @@ void run_demo(const DemoOptions &o) {
     const demo::Scene scene = demo::demo_scene();
     const FrameConverter plain({&camera, std::nullopt, false});
     const FrameConverter scene_corrected({&camera, std::nullopt, true});
-    const threshold_t alarm{kelvin16_of_celsius(kAlarmHigh), kelvin16_of_celsius(kAlarmLow)};
+    const AlarmThresholds alarm{kAlarmHigh, kAlarmLow};
 
     std::vector<DemoFrame> frames;
     for (uint16_t vtemp : {demo::kCoolVtemp, demo::kWarmVtemp}) {
@@ -72,6 +84,9 @@ void run_demo(const DemoOptions &o) {
         f.corrected_celsius = scene_corrected.convert(f.apparent, Unit::kCelsius, "demo frame");
         f.corrected = plain.convert(f.corrected_celsius, Unit::kKelvin16, "demo frame");
         f.corrected_celsius.vtemp = vtemp;
+        f.raw_values = nuc_values(f.raw);
+        f.apparent_values = measured_frame(f.apparent);
+        f.corrected_values = measured_frame(f.corrected);
         frames.push_back(std::move(f));
     }
 
@@ -102,15 +117,15 @@ void run_demo(const DemoOptions &o) {
         nlohmann::ordered_json row = {{"object", obj.name}, {"true_c", obj.celsius}};
         say("%-13s %6.2f", obj.name.c_str(), static_cast<double>(obj.celsius));
         for (const DemoFrame &f : frames) {
-            const RegionResult r = measure_region(f.raw, rect, std::nullopt);
-            const RegionResult a = measure_region(f.apparent, rect, std::nullopt);
-            const RegionResult c = measure_region(f.corrected, rect, alarm);
-            const double measured = celsius(c.result.avg_temp);
-            say("  | %8u %8.2f %9.2f %+5.2f", r.result.avg_temp, celsius(a.result.avg_temp), measured,
+            const RegionResult r = measure_region(f.raw_values, rect, std::nullopt);
+            const RegionResult a = measure_region(f.apparent_values, rect, std::nullopt);
+            const RegionResult c = measure_region(f.corrected_values, rect, alarm);
+            const double measured = celsius(c.stats.trimmed.avg);
+            say("  | %8u %8.2f %9.2f %+5.2f", r.stats.trimmed.avg, celsius(a.stats.trimmed.avg), measured,
                 measured - obj.celsius);
             row["frames"].push_back({{"vtemp", f.vtemp},
-                                     {"raw_nuc", r.result.avg_temp},
-                                     {"apparent_c", std::round(celsius(a.result.avg_temp) * 1000) / 1000},
+                                     {"raw_nuc", r.stats.trimmed.avg},
+                                     {"apparent_c", std::round(celsius(a.stats.trimmed.avg) * 1000) / 1000},
                                      {"measured_c", std::round(measured * 1000) / 1000},
                                      {"alarm", alarm_name(*c.alarm)}});
         }
@@ -124,25 +139,25 @@ void run_demo(const DemoOptions &o) {
     const Region face{Region::Kind::kRect, {200, 130}, {160, 200}, "R1"};
     say("\n");
     for (const DemoFrame &f : frames) {
-        const RegionResult all = measure_region(f.corrected, whole, alarm);
-        const temp_result_t &t = all.result;
-        say("vtemp %u: hottest %.1f \u00b0C at (%d,%d), coldest %.1f \u00b0C at (%d,%d); alarm (above %.0f, "
-            "below %.0f \u00b0C): %s\n",
-            f.vtemp, celsius(t.max_temp), t.max_temp_point.x, t.max_temp_point.y, celsius(t.min_temp),
-            t.min_temp_point.x, t.min_temp_point.y, kAlarmHigh, kAlarmLow, alarm_name(*all.alarm));
+        const RegionResult all = measure_region(f.corrected_values, whole, alarm);
+        const PixelStatistics &p = all.stats.pixels;
+        say("vtemp %u: hottest pixel %.1f \u00b0C at (%d,%d), coldest pixel %.1f \u00b0C at (%d,%d); alarm "
+            "(above %.0f, below %.0f \u00b0C): %s\n",
+            f.vtemp, celsius(p.hottest.value), p.hottest.at.x, p.hottest.at.y, celsius(p.coldest.value),
+            p.coldest.at.x, p.coldest.at.y, kAlarmHigh, kAlarmLow, alarm_name(*all.alarm));
         report["frames"].push_back({{"vtemp", f.vtemp},
-                                    {"max_c", celsius(t.max_temp)},
-                                    {"max_at", {t.max_temp_point.x, t.max_temp_point.y}},
-                                    {"min_c", celsius(t.min_temp)},
-                                    {"min_at", {t.min_temp_point.x, t.min_temp_point.y}},
+                                    {"hottest_c", celsius(p.hottest.value)},
+                                    {"hottest_at", {p.hottest.at.x, p.hottest.at.y}},
+                                    {"coldest_c", celsius(p.coldest.value)},
+                                    {"coldest_at", {p.coldest.at.x, p.coldest.at.y}},
                                     {"alarm", alarm_name(*all.alarm)}});
     }
     for (const Region &r : {line, face}) {
-        const RegionResult m = measure_region(shown.corrected, r, alarm);
-        say("%s %s (%d,%d)%s(%d,%d): max %.1f, min %.1f, avg %.1f \u00b0C, alarm: %s\n", r.label.c_str(),
-            kind_name(r.kind), r.a.x, r.a.y, r.kind == Region::Kind::kLine ? "-" : " size ", r.b.x, r.b.y,
-            celsius(m.result.max_temp), celsius(m.result.min_temp), celsius(m.result.avg_temp),
-            alarm_name(*m.alarm));
+        const RegionResult m = measure_region(shown.corrected_values, r, alarm);
+        const TrimmedStatistics &t = m.stats.trimmed;
+        say("%s %s (%d,%d)%s(%d,%d): max %.1f, min %.1f, avg %.1f \u00b0C (trimmed means), alarm: %s\n",
+            r.label.c_str(), kind_name(r.kind), r.a.x, r.a.y, r.kind == Region::Kind::kLine ? "-" : " size ",
+            r.b.x, r.b.y, celsius(t.max.value), celsius(t.min.value), celsius(t.avg), alarm_name(*m.alarm));
         picture_regions.push_back(m);
     }
 
@@ -160,8 +175,9 @@ void run_demo(const DemoOptions &o) {
     write_frames(out / "celsius.tiff", {&frames[0].corrected_celsius, &frames[1].corrected_celsius});
     PictureRequest picture;
     picture.celsius = &shown.corrected_celsius;
-    picture.kelvin16 = &shown.corrected;
+    picture.measured = &shown.corrected_values;
     picture.regions = picture_regions;
+    picture.unit = "scene-corrected \u00b0C, measured in 1/16 K";
     char caption[160];
     std::snprintf(
         caption, sizeof caption,

@@ -156,11 +156,11 @@ Reference parse_reference(const std::string &option, const std::string &text, co
         r.raw = static_cast<uint16_t>(nuc);
         return r;
     }
-    auto reader = open_frame_file(source, std::nullopt);
+    auto reader = open_frame_file(source, FrameInput{std::nullopt, std::nullopt, std::nullopt, Unit::kNuc});
     r.file = source;
     Frame frame;
     reader->next(frame);
-    if (frame.unit_from_file && frame.unit != Unit::kNuc)
+    if (frame.unit != Unit::kNuc)
         fail_usage(source + ": holds " + std::string(unit_name(frame.unit)) + " frames, not raw NUC values");
     point_t p{frame.width / 2, frame.height / 2};
     if (!position.empty()) {

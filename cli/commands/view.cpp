@@ -138,8 +138,7 @@ void run_view(const ViewOptions &o) {
     if (!o.isotherm.empty()) settings.isotherm = parse_interval("--isotherm", o.isotherm);
     if (!o.unit.empty()) {
         settings.unit = unit_from_name(o.unit);
-        if (!settings.unit)
-            fail_usage("--unit " + o.unit + ": expected nuc, kelvin16, centikelvin or celsius");
+        if (!settings.unit) fail_usage("--unit " + o.unit + ": expected one of " + unit_names());
     }
     settings.camera = o.camera.load();
     settings.vtemp = o.camera.forced_vtemp();
@@ -152,16 +151,15 @@ void run_view(const ViewOptions &o) {
     std::unique_ptr<view::FrameSource> source;
     if (!live) {
         std::vector<std::filesystem::path> paths(o.files.begin(), o.files.end());
-        source = view::open_file_source(paths, size);
+        source = view::open_file_source(paths, FrameInput{size, settings.unit, std::nullopt,
+                                                          settings.camera ? Unit::kNuc : Unit::kKelvin16});
     } else {
         std::unique_ptr<view::LiveReader> reader =
             o.from_stdin ? view::open_stream_reader(STDIN_FILENO, "stdin", *size, o.fps)
                          : view::open_v4l2_reader(o.live);
         if (!o.record.empty()) {
             // The unit the stream's frames are read in: --unit, else the rule of every raw file.
-            const Unit unit = settings.unit.value_or(
-                FrameConverter({settings.camera ? &*settings.camera : nullptr, std::nullopt, false})
-                    .source_unit(Frame{}));
+            const Unit unit = settings.unit.value_or(settings.camera ? Unit::kNuc : Unit::kKelvin16);
             recorder = std::make_unique<view::Recorder>(o.record, unit, settings.vtemp);
         }
         view::LiveSource::FrameHook hook;
@@ -213,7 +211,8 @@ void add_view_command(CLI::App &program, Commands &commands) {
     cmd->add_option("--fps", o->fps, "Frames per second: playback of files (default 10), pace of --stdin");
     cmd->add_option("--record", o->record, "Record every live frame, as received, into a multi-page .tiff");
     cmd->add_option("--unit", o->unit,
-                    "What the samples of frames that do not say so are: nuc, kelvin16, centikelvin, celsius");
+                    "What the samples of frames that do not say so are: " + unit_names(", ") +
+                        " (see radimo measure --help)");
     cmd->add_option("--palette", o->palette, "First palette: " + palette_choices("|"))->capture_default_str();
     cmd->add_option("--range", o->range, "First locked scale LO,HI in degC (default: automatic)");
     cmd->add_option("--isotherm", o->isotherm, "First isotherm LO,HI in degC");

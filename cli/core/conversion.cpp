@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/errors.h"
+#include "core/warnings.h"
 #include "libradimo.h"
 
 namespace radimo::cli {
@@ -15,7 +16,7 @@ Frame frame_like(const Frame &source, Unit unit) {
     out.width = source.width;
     out.height = source.height;
     out.unit = unit;
-    out.unit_from_file = true;
+    out.unit_source = source.unit_source;
     return out;
 }
 
@@ -49,25 +50,26 @@ FrameConverter::FrameConverter(ConversionSettings settings) : settings_(settings
         fail_usage("--scene-correct needs a camera (--camera DIR) with a correct_table");
 }
 
-Unit FrameConverter::source_unit(const Frame &frame) const {
-    if (frame.unit_from_file || frame.unit == Unit::kCelsius) return frame.unit;
-    return settings_.camera != nullptr ? Unit::kNuc : Unit::kKelvin16;
-}
-
 uint16_t FrameConverter::vtemp_of(const Frame &frame) const {
     if (settings_.vtemp) return *settings_.vtemp;
     if (frame.vtemp) return *frame.vtemp;
     return settings_.camera != nullptr ? settings_.camera->vtemp : 0;
 }
 
-Frame FrameConverter::apparent(const Frame &raw, const std::string &name) const {
+bool FrameConverter::quantises(Unit unit) const {
+    return settings_.scene_correct && unit != Unit::kNuc && unit != Unit::kKelvin16;
+}
+
+Frame FrameConverter::apparent(const Frame &raw, const std::string &name, std::size_t index) const {
     if (settings_.camera == nullptr) fail_usage(name + ": raw NUC frames need a camera (--camera DIR)");
     const CameraProfile &camera = *settings_.camera;
     if (raw.width != camera.width || raw.height != camera.height)
         fail_usage(name + ": a " + std::to_string(raw.width) + "x" + std::to_string(raw.height) +
                    " frame does not fit the camera's " + std::to_string(camera.width) + "x" +
                    std::to_string(camera.height) + " sensor");
+    check_nuc_range(raw, name, index);
     Frame out = frame_like(raw, Unit::kKelvin16);
+    out.unit_source = UnitSource::kCamera;
     out.samples.resize(raw.pixels());
     const ktbt_correct_param_t ktbt = camera.ktbt_param(vtemp_of(raw));
     for_each_run(raw, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
@@ -83,57 +85,69 @@ Frame FrameConverter::apparent(const Frame &raw, const std::string &name) const 
 Frame FrameConverter::corrected(const Frame &kelvin16) const {
     const CameraProfile &camera = *settings_.camera;
     Frame out = frame_like(kelvin16, Unit::kCelsius);
-    out.celsius.resize(kelvin16.pixels());
+    out.unit_source = UnitSource::kCamera;
+    out.floats.resize(kelvin16.pixels());
     for_each_run(kelvin16, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
         check_library(radimo_frame_scene_correct(&camera.scene, camera.correct_table.data(),
                                                  kelvin16.samples.data() + offset, resolution, 0, rows,
-                                                 out.celsius.data() + offset),
+                                                 out.floats.data() + offset),
                       "radimo_frame_scene_correct");
     });
     return out;
 }
 
-Frame FrameConverter::convert(const Frame &frame, Unit unit, const std::string &name) const {
-    if (unit == Unit::kNuc) fail_usage(name + ": frames can only be converted to temperatures");
-    const Unit from = source_unit(frame);
-    if (settings_.scene_correct && from != Unit::kNuc && from != Unit::kKelvin16)
-        fail_usage(name + ": holds " + unit_name(from) +
-                   " frames; the scene correction needs raw NUC or apparent 1/16 K frames");
+Frame FrameConverter::temperatures(const Frame &frame, const std::string &name, std::size_t index) const {
+    Frame source = frame.unit == Unit::kNuc ? apparent(frame, name, index) : frame;
+    if (!settings_.scene_correct) return source;
+    // The correction takes 1/16 K: other units are rounded to it first.
+    if (source.unit != Unit::kKelvin16) source = to_unit(source, Unit::kKelvin16);
+    return corrected(source);
+}
 
-    // Everything goes through degC unless the frame already is in the unit asked for.
-    Frame source = frame;
-    source.unit = from;
-    if (from == Unit::kNuc) source = apparent(frame, name);
-    if (settings_.scene_correct) source = corrected(source);
+Frame FrameConverter::convert(const Frame &frame, Unit unit, const std::string &name,
+                              std::size_t index) const {
+    if (!is_temperature(unit)) fail_usage(name + ": frames can only be converted to temperatures");
+    const Frame source = temperatures(frame, name, index);
+    std::size_t clamped = 0;
+    Frame out = to_unit(source, unit, &clamped);
+    if (clamped > 0)
+        warnings().add(name + ":clamped:" + unit_name(unit),
+                       name + (index > 0 ? " frame " + std::to_string(index) : "") + ": " +
+                           std::to_string(clamped) + " of " + std::to_string(out.pixels()) +
+                           " temperatures lie outside what " + unit_name(unit) + " holds (" +
+                           std::string(unit_symbol(unit)) + " counts 0..65535) and were limited to its ends");
+    return out;
+}
+
+Frame to_unit(const Frame &source, Unit unit, std::size_t *clamped) {
     if (source.unit == unit) return source;
-
     Frame out = frame_like(source, unit);
     const std::size_t n = source.pixels();
-    const auto celsius_at = [&](std::size_t i) -> double {
-        switch (source.unit) {
-            case Unit::kKelvin16:
-                return celsius_of_kelvin16(source.samples[i]);
-            case Unit::kCentikelvin:
-                return celsius_of_centikelvin(source.samples[i]);
-            default:
-                return source.celsius[i];
-        }
+    const bool from_floats = is_float_unit(source.unit);
+    const auto value = [&](std::size_t i) -> double {
+        return from_floats ? static_cast<double>(source.floats[i]) : static_cast<double>(source.samples[i]);
     };
     if (unit == Unit::kCelsius && source.unit == Unit::kKelvin16) {
-        out.celsius.resize(n);
+        out.floats.resize(n);
         for_each_run(source, [&](std::size_t offset, uint32_t resolution, uint32_t rows) {
             check_library(radimo_frame_to_celsius(nullptr, 0, source.samples.data() + offset, resolution, 0,
-                                                  rows, out.celsius.data() + offset),
+                                                  rows, out.floats.data() + offset),
                           "radimo_frame_to_celsius");
         });
-    } else if (unit == Unit::kCelsius) {
-        out.celsius.resize(n);
-        for (std::size_t i = 0; i < n; ++i) out.celsius[i] = static_cast<float>(celsius_at(i));
+    } else if (is_float_unit(unit)) {
+        out.floats.resize(n);
+        for (std::size_t i = 0; i < n; ++i)
+            out.floats[i] = static_cast<float>(unit == Unit::kCelsius ? celsius_of(source.unit, value(i))
+                                                                      : kelvin_of(source.unit, value(i)));
     } else {
         out.samples.resize(n);
-        for (std::size_t i = 0; i < n; ++i)
-            out.samples[i] = unit == Unit::kKelvin16 ? kelvin16_of_celsius(celsius_at(i))
-                                                     : centikelvin_of_celsius(celsius_at(i));
+        std::size_t limited = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            bool c = false;
+            out.samples[i] = count_of(source.unit, value(i), unit, &c);
+            limited += c ? 1 : 0;
+        }
+        if (clamped != nullptr) *clamped = limited;
     }
     return out;
 }

@@ -1,7 +1,6 @@
 #include "core/measure_report.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 namespace radimo::cli {
@@ -9,18 +8,8 @@ namespace {
 
 using ordered_json = nlohmann::ordered_json;
 
-double rounded_celsius(uint16_t kelvin16) {
-    return std::round(celsius_of_kelvin16(kelvin16) * 1000.0) / 1000.0;
-}
-
-ordered_json reading(uint16_t value, const point_t *at) {
-    ordered_json j = {{"value", value}, {"celsius", rounded_celsius(value)}};
-    if (at != nullptr) {
-        j["x"] = at->x;
-        j["y"] = at->y;
-    }
-    return j;
-}
+// The width of a row's label, kind and place columns, where a second line starts.
+constexpr int kRowIndent = 34;
 
 // The leaves of a record as (dotted name, value) pairs, in order.
 void flatten(const ordered_json &j, const std::string &prefix,
@@ -50,41 +39,39 @@ std::string csv_value(const ordered_json &v) {
 
 }  // namespace
 
-ordered_json measured_frame_json(std::size_t index, const FrameConverter &converter, const Frame &frame) {
-    ordered_json j = {{"frame", index}};
-    if (converter.source_unit(frame) == Unit::kNuc) j["vtemp"] = converter.vtemp_of(frame);
+std::string temperatures_from(const Frame &frame, const FrameConverter &converter) {
+    std::string text = describe_unit(frame.unit, frame.unit_source);
+    if (frame.unit == Unit::kNuc)
+        text += ", through the camera at vtemp " + std::to_string(converter.vtemp_of(frame)) + " to kelvin16";
+    if (converter.quantises(frame.unit)) text += ", rounded to kelvin16 for the scene correction";
+    if (converter.scene_corrects()) text += ", scene-corrected to celsius";
+    return text;
+}
+
+std::string grid_note(const MeasuredFrame &measured) {
+    if (!is_float_unit(measured.unit)) return "";
+    char text[64];
+    std::snprintf(text, sizeof text, "measured in steps of %g K", 1 / measured.scale.per_kelvin);
+    return text;
+}
+
+ordered_json measured_frame_json(std::size_t index, const FrameConverter &converter, const Frame &frame,
+                                 const MeasuredFrame &measured) {
+    ordered_json j = {{"frame", index},
+                      {"width", measured.width},
+                      {"height", measured.height},
+                      {"input_unit", unit_name(frame.unit)},
+                      {"input_unit_source", unit_source_key(frame.unit_source)},
+                      {"unit", unit_name(measured.unit)},
+                      {"derivation", temperatures_from(frame, converter)}};
+    if (frame.unit == Unit::kNuc) j["vtemp"] = converter.vtemp_of(frame);
+    if (is_float_unit(measured.unit)) j["grid_step_k"] = 1 / measured.scale.per_kelvin;
+    if (measured.non_finite > 0) j["pixels_without_number"] = measured.non_finite;
     return j;
 }
 
-ordered_json measurement_json(const RegionResult &m) {
+std::string measurement_row(const MeasuredFrame &frame, const RegionResult &m) {
     const Region &r = m.region;
-    ordered_json j = {{"label", r.label}, {"kind", kind_name(r.kind)}};
-    const temp_result_t &t = m.result;
-    switch (r.kind) {
-        case Region::Kind::kPoint:
-            j["x"] = r.a.x;
-            j["y"] = r.a.y;
-            j["value"] = t.avg_temp;
-            j["celsius"] = rounded_celsius(t.avg_temp);
-            break;
-        case Region::Kind::kLine:
-        case Region::Kind::kRect:
-            if (r.kind == Region::Kind::kLine)
-                j["from"] = {r.a.x, r.a.y}, j["to"] = {r.b.x, r.b.y};
-            else
-                j["x"] = r.a.x, j["y"] = r.a.y, j["w"] = r.b.x, j["h"] = r.b.y;
-            j["max"] = reading(t.max_temp, &t.max_temp_point);
-            j["min"] = reading(t.min_temp, &t.min_temp_point);
-            j["avg"] = reading(t.avg_temp, nullptr);
-            break;
-    }
-    if (m.alarm) j["alarm"] = alarm_name(*m.alarm);
-    return j;
-}
-
-std::string measurement_row(const RegionResult &m) {
-    const Region &r = m.region;
-    const temp_result_t &t = m.result;
     char where[64];
     if (r.kind == Region::Kind::kPoint)
         std::snprintf(where, sizeof where, "(%d,%d)", r.a.x, r.a.y);
@@ -92,22 +79,10 @@ std::string measurement_row(const RegionResult &m) {
         std::snprintf(where, sizeof where, "(%d,%d)-(%d,%d)", r.a.x, r.a.y, r.b.x, r.b.y);
     else
         std::snprintf(where, sizeof where, "(%d,%d) %dx%d", r.a.x, r.a.y, r.b.x, r.b.y);
-    char row[256];
-    int n = std::snprintf(row, sizeof row, "%-4s %-5s %-22s", r.label.c_str(), kind_name(r.kind), where);
-    std::string text(row, static_cast<std::size_t>(std::max(n, 0)));
-    if (r.kind == Region::Kind::kPoint) {
-        n = std::snprintf(row, sizeof row, " %8.2f \u00b0C",
-                          static_cast<double>(celsius_of_kelvin16(t.avg_temp)));
-    } else {
-        n = std::snprintf(
-            row, sizeof row, " max %7.2f \u00b0C at (%d,%d)  min %7.2f \u00b0C at (%d,%d)  avg %7.2f \u00b0C",
-            static_cast<double>(celsius_of_kelvin16(t.max_temp)), t.max_temp_point.x, t.max_temp_point.y,
-            static_cast<double>(celsius_of_kelvin16(t.min_temp)), t.min_temp_point.x, t.min_temp_point.y,
-            static_cast<double>(celsius_of_kelvin16(t.avg_temp)));
-    }
-    text.append(row, static_cast<std::size_t>(std::max(n, 0)));
-    if (m.alarm) text += std::string("  alarm ") + alarm_name(*m.alarm);
-    return text;
+    char row[128];
+    const int n =
+        std::snprintf(row, sizeof row, "%-4s %-5s %-22s ", r.label.c_str(), kind_name(r.kind), where);
+    return std::string(row, static_cast<std::size_t>(std::max(n, 0))) + region_text(frame, m, kRowIndent);
 }
 
 std::string records_csv(const std::vector<ordered_json> &records) {

@@ -21,47 +21,55 @@ std::string palette_choices(const char *separator) {
     return names;
 }
 
-std::string celsius_label(uint16_t kelvin16) {
+std::string celsius_label(const MeasuredFrame &frame, double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f \u00b0C", static_cast<double>(celsius_of_kelvin16(kelvin16)));
+    std::snprintf(text, sizeof text, "%.1f \u00b0C", frame.scale.celsius(value));
     return text;
 }
 
 Picture draw_picture(const PictureRequest &request) {
     const Frame &c = *request.celsius;
+    const MeasuredFrame &m = *request.measured;
     PictureSpec drawing;
     drawing.width = c.width;
     drawing.height = c.height;
-    drawing.celsius = c.celsius.data();
+    drawing.celsius = c.floats.data();
     drawing.palette = request.palette;
     drawing.range = request.range;
     drawing.isotherm = request.isotherm;
     drawing.colour_bar = request.colour_bar;
-    drawing.caption = request.caption;
+    bool trimmed = false;
     for (const RegionResult &r : request.regions) {
         const Region &g = r.region;
+        const TrimmedStatistics &t = r.stats.trimmed;
+        trimmed = true;
         switch (g.kind) {
             case Region::Kind::kPoint:
-                drawing.points.push_back({g.a.x, g.a.y, g.label + " " + celsius_label(r.result.avg_temp)});
+                drawing.points.push_back({g.a.x, g.a.y, g.label + " " + celsius_label(m, t.avg)});
                 break;
             case Region::Kind::kLine:
                 drawing.lines.push_back(
-                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " max " + celsius_label(r.result.max_temp)});
+                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " max " + celsius_label(m, t.max.value)});
                 break;
             case Region::Kind::kRect:
                 drawing.rects.push_back(
-                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " avg " + celsius_label(r.result.avg_temp)});
+                    {g.a.x, g.a.y, g.b.x, g.b.y, g.label + " avg " + celsius_label(m, t.avg)});
                 break;
         }
     }
     if (request.crosshairs) {
         const Region whole{Region::Kind::kRect, {0, 0}, {c.width, c.height}, "frame"};
-        const temp_result_t t = measure_region(*request.kelvin16, whole, std::nullopt).result;
+        const PixelStatistics p = region_statistics(m, whole).pixels;
         drawing.crosshairs.push_back(
-            {t.max_temp_point.x, t.max_temp_point.y, celsius_label(t.max_temp), true});
+            {p.hottest.at.x, p.hottest.at.y, celsius_label(m, p.hottest.value), true});
         drawing.crosshairs.push_back(
-            {t.min_temp_point.x, t.min_temp_point.y, celsius_label(t.min_temp), false});
+            {p.coldest.at.x, p.coldest.at.y, celsius_label(m, p.coldest.value), false});
     }
+    // What the numbers are, under the user's caption.
+    std::string legend = "temperatures: " + request.unit;
+    if (trimmed) legend += "  \u00b7  marks: trimmed means";
+    if (request.crosshairs) legend += "  \u00b7  crosshairs: hottest/coldest pixel";
+    drawing.caption = request.caption.empty() ? legend : request.caption + "\n" + legend;
     Picture picture;
     try {
         picture = render_picture(drawing);

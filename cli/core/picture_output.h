@@ -8,21 +8,22 @@
 #include <vector>
 
 #include "core/frame.h"
-#include "core/regions.h"
+#include "core/statistics.h"
 #include "picture/picture.h"
 
 namespace radimo::cli {
 
 struct PictureRequest {
-    const Frame *celsius = nullptr;   // what is shown
-    const Frame *kelvin16 = nullptr;  // what is measured (the same temperatures in 1/16 K)
+    const Frame *celsius = nullptr;           // what is shown (degC, float)
+    const MeasuredFrame *measured = nullptr;  // what is measured: the same temperatures in their own unit
     std::vector<RegionResult> regions;
     const Palette *palette = nullptr;
     std::optional<std::pair<float, float>> range;
     std::optional<std::pair<float, float>> isotherm;
     bool colour_bar = true;
-    bool crosshairs = true;  // at the hottest and the coldest point of the frame
-    std::string caption;
+    bool crosshairs = true;  // at the hottest and the coldest pixel of the frame
+    std::string caption;     // the user's own line, above the line that says what the numbers are
+    std::string unit;        // where the temperatures came from ("centikelvin (1/100 K, given by --unit)")
 };
 
 // The palette given to --palette (a usage error listing the palettes for an unknown name), and
@@ -30,8 +31,8 @@ struct PictureRequest {
 const Palette &palette_option(const std::string &name);
 std::string palette_choices(const char *separator);
 
-// "65.2 °C".
-std::string celsius_label(uint16_t kelvin16);
+// "65.2 °C": a value of the measured frame, to a tenth of a degree.
+std::string celsius_label(const MeasuredFrame &frame, double value);
 
 // Renders the picture (PNG bytes in memory); a request the renderer refuses is a usage error.
 Picture draw_picture(const PictureRequest &request);

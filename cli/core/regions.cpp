@@ -91,47 +91,4 @@ const char *kind_name(Region::Kind kind) {
     return "point";
 }
 
-threshold_t parse_alarm(const std::string &text) {
-    const std::vector<double> v = parse_temperatures("--alarm", text, 2);
-    if (v[0] < v[1]) fail_usage("--alarm " + text + ": HIGH must not be below LOW");
-    return {kelvin16_of_celsius(v[0]), kelvin16_of_celsius(v[1])};
-}
-
-const char *alarm_name(int state) {
-    switch (state) {
-        case 0:
-            return "ok";
-        case 1:
-            return "above";
-        case 2:
-            return "below";
-        default:
-            return "invalid thresholds";
-    }
-}
-
-RegionResult measure_region(const Frame &frame, const Region &region, std::optional<threshold_t> alarm) {
-    RegionResult r{region, {}, std::nullopt};
-    const uint16_t *data = frame.samples.data();
-    const uint32_t resolution = frame.resolution();
-    switch (region.kind) {
-        case Region::Kind::kPoint: {
-            uint16_t value = 0;
-            check_library(get_point_temp(data, resolution, region.a, &value), "get_point_temp");
-            r.result = {value, value, value, region.a, region.a};
-            if (alarm) r.alarm = point_over_threshold_alarm(*alarm, value);
-            return r;
-        }
-        case Region::Kind::kLine:
-            check_library(get_line_temp(data, resolution, region.a, region.b, &r.result), "get_line_temp");
-            break;
-        case Region::Kind::kRect:
-            check_library(get_rect_temp(data, resolution, region.a, {region.b.x, region.b.y}, &r.result),
-                          "get_rect_temp");
-            break;
-    }
-    if (alarm) r.alarm = line_rect_over_threshold_alarm(*alarm, &r.result);
-    return r;
-}
-
 }  // namespace radimo::cli

@@ -1,12 +1,11 @@
-// Points, lines and rectangles measured on a temperature frame (1/16 K)
-// through the library, with their optional alarm state.
+// The regions of a frame the commands measure: points, lines and
+// rectangles, parsed from their options and checked against the frame.
+// Their statistics are in statistics.h.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "core/frame.h"
 #include "libradimo.h"
 
 namespace radimo::cli {
@@ -31,19 +30,5 @@ std::vector<Region> parse_regions(const std::vector<std::string> &points,
 // A usage error naming the region when it does not lie inside a width x height frame.
 void check_inside(const Region &region, int width, int height);
 const char *kind_name(Region::Kind kind);
-
-// Alarm thresholds in degC (HIGH,LOW of --alarm), as frame values.
-threshold_t parse_alarm(const std::string &text);
-// "ok", "above", "below" or "invalid thresholds" for the library's alarm states 0..3.
-const char *alarm_name(int state);
-
-struct RegionResult {
-    Region region;
-    temp_result_t result{};  // a point fills max = min = avg with its value, at the point
-    std::optional<int> alarm;
-};
-
-// Measures one region of a kelvin16 frame (library failures are thrown).
-RegionResult measure_region(const Frame &kelvin16, const Region &region, std::optional<threshold_t> alarm);
 
 }  // namespace radimo::cli

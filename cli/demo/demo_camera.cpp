@@ -206,7 +206,7 @@ Frame sense(const CameraProfile &camera, const Scene &scene, uint16_t vtemp, uin
     raw.width = Scene::kWidth;
     raw.height = Scene::kHeight;
     raw.unit = Unit::kNuc;
-    raw.unit_from_file = true;
+    raw.unit_source = UnitSource::kFile;
     raw.vtemp = vtemp;
     raw.samples.resize(scene.celsius.size());
     for (std::size_t i = 0; i < scene.celsius.size(); ++i) {

@@ -1,6 +1,6 @@
 // CSV frames for spreadsheets and scripts: one line per row, values
 // separated by commas, a "# radimo {...}" line before each frame and an
-// empty line between frames. Temperatures in degC keep every digit of the
+// empty line between frames. Float temperatures (degC or K) keep every digit of the
 // float (%.9g), so nothing is lost.
 #include <cerrno>
 #include <cstdio>
@@ -25,8 +25,8 @@ public:
             for (int x = 0; x < frame.width; ++x) {
                 const std::size_t i = static_cast<std::size_t>(y) * frame.width + x;
                 if (x > 0) std::fputc(',', file_);
-                if (frame.unit == Unit::kCelsius)
-                    std::fprintf(file_, "%.9g", static_cast<double>(frame.celsius[i]));
+                if (is_float_unit(frame.unit))
+                    std::fprintf(file_, "%.9g", static_cast<double>(frame.floats[i]));
                 else
                     std::fprintf(file_, "%u", static_cast<unsigned>(frame.samples[i]));
             }

@@ -1,12 +1,17 @@
 // Frame files: readers that stream frames one at a time (constant memory
 // for long files) and writers that append them.
 //
-// Input formats are recognised by their content: TIFF (16-bit, or float32
-// degC, any number of pages), PNG (16-bit greyscale), PGM (P5 with maxval
-// above 255, any number of images), otherwise raw little-endian u16 frames
-// of a size given by the caller. Output formats are chosen by the file
-// extension. Every format but raw stores the unit of its samples (see
-// frame_metadata()), so frames read back as they were written.
+// Input formats are recognised by their content: TIFF (16-bit, or float32,
+// any number of pages), PNG (16-bit greyscale), PGM (P5 with maxval above
+// 255, any number of images), otherwise raw frames of a size given by the
+// caller (u16, or float32 for a float unit; little-endian unless told).
+// Output formats are chosen by the file extension. Every format but raw
+// stores the unit of its samples (see frame_metadata()), so frames read back
+// as they were written.
+//
+// Every frame comes out with its unit settled (FrameInput): what the file
+// declares, else what the user gave (a contradiction is a usage error),
+// else the assumed one; and it has been looked at for doubts (warnings.h).
 #pragma once
 
 #include <cstddef>
@@ -18,6 +23,7 @@
 
 #include "core/arguments.h"
 #include "core/frame.h"
+#include "core/warnings.h"
 
 namespace radimo::cli {
 
@@ -30,10 +36,21 @@ public:
     virtual std::size_t frame_count() const = 0;
 };
 
-// Opens a frame file; `raw_size` is required for raw files. Errors: a
-// missing file or bad content is a usage error, a read failure an I/O error.
-std::unique_ptr<FrameReader> open_frame_file(const std::filesystem::path &path,
-                                             std::optional<FrameSize> raw_size);
+// What the user said about a frame file.
+struct FrameInput {
+    std::optional<FrameSize> raw_size;    // --size: required for raw files
+    std::optional<Unit> unit;             // --unit
+    std::optional<ByteOrder> byte_order;  // --byte-order: else the format's own (raw: little)
+    Unit assumed = Unit::kKelvin16;       // 16-bit samples nothing declares (kNuc with a camera)
+};
+
+// Opens a frame file. Errors: a missing file or bad content is a usage
+// error, a read failure an I/O error.
+std::unique_ptr<FrameReader> open_frame_file(const std::filesystem::path &path, const FrameInput &input);
+inline std::unique_ptr<FrameReader> open_frame_file(const std::filesystem::path &path,
+                                                    std::optional<FrameSize> raw_size) {
+    return open_frame_file(path, FrameInput{raw_size, std::nullopt, std::nullopt, Unit::kKelvin16});
+}
 
 enum class FileFormat { kTiff, kPng, kPgm, kCsv };
 const char *format_name(FileFormat format);
@@ -76,7 +93,9 @@ std::unique_ptr<FrameWriter> create_frame_writer(FileFormat format, const std::f
 std::unique_ptr<FrameReader> open_tiff(const std::filesystem::path &path);
 std::unique_ptr<FrameReader> open_png(const std::filesystem::path &path);
 std::unique_ptr<FrameReader> open_pgm(const std::filesystem::path &path);
-std::unique_ptr<FrameReader> open_raw(const std::filesystem::path &path, FrameSize size);
+// Raw frames of `sample_bytes` (2: u16, 4: float32) in `order`.
+std::unique_ptr<FrameReader> open_raw(const std::filesystem::path &path, FrameSize size,
+                                      std::size_t sample_bytes, ByteOrder order);
 std::unique_ptr<FrameWriter> create_tiff(const std::filesystem::path &path, const std::string &shown);
 std::unique_ptr<FrameWriter> create_png(const std::filesystem::path &path, const std::string &shown);
 std::unique_ptr<FrameWriter> create_pgm(const std::filesystem::path &path, const std::string &shown);

@@ -96,7 +96,8 @@ private:
             fail_usage(name_ + ": PGM image has an unusable size");
         if (maxval < 256 || maxval > 65535)
             fail_usage(name_ + ": PGM maxval " + std::to_string(maxval) + " is not 16-bit (256..65535)");
-        if (frame.unit == Unit::kCelsius) fail_usage(name_ + ": 16-bit samples cannot be celsius");
+        if (is_float_unit(frame.unit))
+            fail_usage(name_ + ": 16-bit samples cannot be " + unit_name(frame.unit));
         return true;
     }
 

@@ -111,7 +111,8 @@ private:
             if (io_problem) fail_io(name + ": " + problem);
             fail_usage(name + ": " + problem);
         }
-        if (frame.unit == Unit::kCelsius) fail_usage(name + ": 16-bit samples cannot be celsius");
+        if (is_float_unit(frame.unit))
+            fail_usage(name + ": 16-bit samples cannot be " + unit_name(frame.unit));
         return frame;
     }
 

@@ -106,7 +106,8 @@ public:
         const bool f32 = bits == 32 && format == SAMPLEFORMAT_IEEEFP;
         if (samples != 1 || !(u16 || f32))
             fail_usage(name_ + ": page " + page() + " is " + std::to_string(samples) + " x " +
-                       std::to_string(bits) + "-bit samples; expected 16-bit greyscale (or float32 degC)");
+                       std::to_string(bits) +
+                       "-bit samples; expected 16-bit greyscale (or float32 temperatures)");
         if (width == 0 || height == 0 || width > 65535 || height > 65535)
             fail_usage(name_ + ": page " + page() + " has an unusable size");
         if (TIFFIsTiled(tiff_)) fail_usage(name_ + ": tiled TIFF files are not supported; use strips");
@@ -116,16 +117,16 @@ public:
             read_frame_metadata(description, frame);
         check_problems();
         check_strips(width, height, f32 ? sizeof(float) : sizeof(uint16_t));
+        const bool declared = frame.unit_source == UnitSource::kFile;
         if (f32) {
-            if (frame.unit_from_file && frame.unit != Unit::kCelsius)
+            if (declared && !is_float_unit(frame.unit))
                 fail_usage(name_ + ": page " + page() + " holds float samples but says they are " +
                            unit_name(frame.unit));
-            frame.unit = Unit::kCelsius;
-            frame.unit_from_file = true;
-            read_rows(frame.celsius, width, height);
+            read_rows(frame.floats, width, height);
         } else {
-            if (frame.unit == Unit::kCelsius)
-                fail_usage(name_ + ": page " + page() + " holds 16-bit samples but says they are celsius");
+            if (declared && is_float_unit(frame.unit))
+                fail_usage(name_ + ": page " + page() + " holds 16-bit samples but says they are " +
+                           unit_name(frame.unit));
             read_rows(frame.samples, width, height);
         }
         ++page_;
@@ -202,7 +203,7 @@ public:
     }
 
     void write(const Frame &frame) override {
-        const bool f32 = frame.unit == Unit::kCelsius;
+        const bool f32 = is_float_unit(frame.unit);
         const std::string description = frame_metadata(frame);
         TIFFSetField(tiff_, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(frame.width));
         TIFFSetField(tiff_, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(frame.height));
@@ -217,7 +218,7 @@ public:
         TIFFSetField(tiff_, TIFFTAG_SOFTWARE, "radimo");
         for (int y = 0; y < frame.height; ++y) {
             const std::size_t offset = static_cast<std::size_t>(y) * frame.width;
-            void *row = f32 ? static_cast<void *>(const_cast<float *>(frame.celsius.data() + offset))
+            void *row = f32 ? static_cast<void *>(const_cast<float *>(frame.floats.data() + offset))
                             : static_cast<void *>(const_cast<uint16_t *>(frame.samples.data() + offset));
             if (TIFFWriteScanline(tiff_, row, static_cast<uint32_t>(y), 0) != 1)
                 fail_io("cannot write " + shown_ + " (" + tiff_reason() + ")");

@@ -1,5 +1,6 @@
 // The colour bar: the palette from the hot end (top) to the cold end, with round degC ticks, the
-// unit and the two range ends, and the isotherm band where there is one.
+// unit and the two range ends, the isotherm band where there is one, and a cap beyond an end the
+// frame's pixels pass.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -71,6 +72,22 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &pal
     set_colour(cr, {1, 1, 1, 0.35});
     cairo_stroke(cr);
 
+    // A pointed cap in the end colour beyond each end past which pixels lie: the scale clips them.
+    const double cap = std::round(8 * ui);
+    for (const bool top : {true, false}) {
+        if (!(top ? layout.clipped_hot : layout.clipped_cold)) continue;
+        const double base = top ? bar.top - 1 : bar.top + bar.height + 1, tip = top ? base - cap : base + cap;
+        cairo_move_to(cr, bar.left - 0.5, base);
+        cairo_line_to(cr, bar.left + bar.width + 0.5, base);
+        cairo_line_to(cr, bar.left + bar.width / 2, tip);
+        cairo_close_path(cr);
+        const Rgb c = palette.at(top ? 1.0 : 0.0);
+        set_colour(cr, {c.r / 255.0, c.g / 255.0, c.b / 255.0});
+        cairo_fill_preserve(cr);
+        set_colour(cr, {1, 1, 1, 0.35});
+        cairo_stroke(cr);
+    }
+
     const Ticks ticks = bar_ticks(lo, hi, bar.height, ui);
     const int decimals = step_decimals(ticks.step), ends = end_decimals(lo, hi, ticks);
     const double right = bar.left + bar.width, label_x = right + (tick_length + tick_gap) * ui;
@@ -83,11 +100,15 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &pal
     set_font(cr, 13.5 * ui, true);
     draw_text(cr, "\u00B0C", bar.left, layout.panel.y + 18 * ui, text_colour);
 
-    // Pointers left of the bar at the temperatures under the crosshairs, in their colours.
+    // Pointers left of the bar at the temperatures under the crosshairs, in their colours; one
+    // beyond the scale points at the cap.
     for (const Crosshair &c : request.crosshairs) {
         const double celsius = request.celsius[static_cast<size_t>(c.y) * request.width + c.x];
         if (!std::isfinite(celsius)) continue;
-        const double y = std::clamp(y_of(celsius), bar.top, bar.top + bar.height), size = 5 * ui;
+        double y = std::clamp(y_of(celsius), bar.top, bar.top + bar.height);
+        if (celsius > hi && layout.clipped_hot) y = bar.top - 1 - cap / 2;
+        if (celsius < lo && layout.clipped_cold) y = bar.top + bar.height + 1 + cap / 2;
+        const double size = 5 * ui;
         cairo_move_to(cr, bar.left - 1.5 * ui, y);
         cairo_line_to(cr, bar.left - 1.5 * ui - 1.6 * size, y - size);
         cairo_line_to(cr, bar.left - 1.5 * ui - 1.6 * size, y + size);

@@ -1,5 +1,5 @@
 // Measurement overlays: rectangles, lines, points and the hottest/coldest crosshairs, each with
-// a dark halo under its stroke, and their labels in boxes that stay inside the image.
+// a dark halo under its stroke, and their planned labels; the caption strip.
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -8,8 +8,6 @@
 
 namespace radimo::cli::detail {
 namespace {
-
-constexpr Colour mark_colour{1, 1, 1};
 
 // Strokes the current path twice: a wide dark halo, then the colour on top.
 void halo_stroke(cairo_t *cr, Colour colour, double width, double ui) {
@@ -34,10 +32,10 @@ void draw_crosshair(cairo_t *cr, double x, double y, Colour colour, double ui) {
 
 }  // namespace
 
-void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout) {
+void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout, const LabelPlan &labels) {
     const double ui = layout.ui, f = layout.factor, line_width = 1.6 * ui;
     cairo_save(cr);
-    cairo_rectangle(cr, layout.image.x, layout.image.y, layout.image.w, layout.image.h);
+    cairo_rectangle(cr, layout.marked.x, layout.marked.y, layout.marked.w, layout.marked.h);
     cairo_clip(cr);
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
@@ -73,34 +71,23 @@ void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout
     for (const Crosshair &c : request.crosshairs)
         draw_crosshair(cr, layout.px(c.x), layout.py(c.y), c.hot ? hot_colour : cold_colour, ui);
 
-    // Labels last, on top of every mark; the extremes claim their places first.
-    LabelPlacer labels(layout);
-    auto footprint = [](double x, double y, double r) { return Box{x - r, y - r, 2 * r, 2 * r}; };
-    for (const Crosshair &c : request.crosshairs)
-        labels.avoid(footprint(layout.px(c.x), layout.py(c.y), 13 * ui));
-    for (const PointMark &p : request.points) labels.avoid(footprint(layout.px(p.x), layout.py(p.y), 6 * ui));
-    for (const Crosshair &c : request.crosshairs)
-        labels.place(cr, c.label, layout.px(c.x), layout.py(c.y), 13 * ui, c.hot ? hot_colour : cold_colour);
-    for (const PointMark &p : request.points)
-        labels.place(cr, p.label, layout.px(p.x), layout.py(p.y), 5 * ui, mark_colour);
-    for (const RectMark &r : request.rects)
-        labels.place(cr, r.label, Box{layout.image.x + r.x * f, layout.image.y + r.y * f, r.w * f, r.h * f},
-                     mark_colour);
-    for (const LineMark &l : request.lines)
-        labels.place(cr, l.label, (layout.px(l.x0) + layout.px(l.x1)) / 2,
-                     (layout.py(l.y0) + layout.py(l.y1)) / 2, 4 * ui, mark_colour);
+    // Labels last, on top of every mark.
+    draw_labels(cr, labels, layout);
     cairo_restore(cr);
 }
 
-void draw_caption(cairo_t *cr, const PictureSpec &request, const Layout &layout) {
+void draw_caption(cairo_t *cr, std::string_view caption, const Layout &layout) {
     if (layout.caption.h <= 0) return;
     cairo_rectangle(cr, layout.caption.x, layout.caption.y, layout.caption.w, layout.caption.h);
     set_colour(cr, {0.07, 0.07, 0.08});
     cairo_fill(cr);
     set_font(cr, 12 * layout.ui);
     const double margin = 10 * layout.ui;
-    draw_text(cr, fit_text(cr, request.caption, layout.caption.w - 2 * margin), layout.caption.x + margin,
-              layout.caption.y + layout.caption.h / 2, text_colour);
+    const std::vector<std::string> lines = caption_lines(caption);
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        draw_text(cr, fit_text(cr, lines[i], layout.caption.w - 2 * margin), layout.caption.x + margin,
+                  layout.caption.y + (13 + 18 * static_cast<double>(i)) * layout.ui,
+                  i + 1 < lines.size() || lines.size() == 1 ? text_colour : Colour{0.72, 0.72, 0.75});
 }
 
 }  // namespace radimo::cli::detail

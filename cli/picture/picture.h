@@ -1,15 +1,19 @@
 // A false-colour picture of a temperature frame, with its colour bar and measurement overlays,
 // rendered with Cairo into PNG bytes in memory.
 //
-// Layout: the frame, upscaled by an integer factor with nearest-neighbour pixels, on the left;
-// the colour bar with its degC ticks on the right; an optional caption strip along the bottom.
-// Unless `upscale` is set, the factor is 800 / max(width, height) (integer division), at least 1
-// and at most 16: 80x60 and 160x120 frames become 800x600, 384x288 becomes 768x576, 640x512
-// stays 1:1. Marks are given in frame pixels (x column, y row) and drawn antialiased with a dark
-// halo so they read on any colour. The output is an 8-bit RGB PNG whose bytes depend only on
-// the input.
+// Layout: the frame, upscaled by an integer factor with nearest-neighbour pixels, on the left
+// (with a margin around it when there are marks, so a mark at an edge pixel is drawn whole);
+// the colour bar with its degC ticks on the right, with a pointed cap at an end beyond which
+// pixels lie (the scale clips them); an optional caption strip of one or more lines along the
+// bottom. Unless `upscale` is set, the factor is 800 / max(width, height) (integer division), at
+// least 1 and at most 16: 80x60 and 160x120 frames become 800x600, 384x288 becomes 768x576,
+// 640x512 stays 1:1. Marks are given in frame pixels (x column, y row) and drawn antialiased with
+// a dark halo so they read on any colour. Their labels never overlap one another: one that finds
+// no free place near its mark goes elsewhere with a leader line, else into the caption. The output
+// is an 8-bit RGB PNG whose bytes depend only on the input.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -52,14 +56,16 @@ struct PictureSpec {
     std::vector<LineMark> lines;
     std::vector<RectMark> rects;
     std::vector<Crosshair> crosshairs;
-    std::string caption;  // optional one-line caption
+    std::string caption;  // optional caption: lines separated by '\n' (the last in a quieter grey)
     int upscale = 0;      // frame pixel to picture pixels, 1..16; 0 = automatic
 };
 
 struct Picture {
     std::vector<unsigned char> png;
-    int width = 0, height = 0;  // of the PNG
-    float lo = 0, hi = 0;       // the temperature range the colours span
+    int width = 0, height = 0;         // of the PNG
+    int image_x = 0, image_y = 0;      // where the frame's top-left pixel starts in it
+    float lo = 0, hi = 0;              // the temperature range the colours span
+    std::size_t above = 0, below = 0;  // pixels beyond its ends, shown in the end colours
 };
 
 // Throws std::runtime_error with a one-line message for a bad request (no data, empty or oversized

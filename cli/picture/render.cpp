@@ -77,23 +77,29 @@ void check_request(const PictureSpec &s) {
     check_marks(s);
 }
 
-Layout lay_out(const PictureSpec &s, float lo, float hi) {
+// The picture's geometry; `caption` is every line of the caption strip.
+Layout lay_out(const PictureSpec &s, float lo, float hi, const std::string &caption) {
     Layout l;
     l.factor = s.upscale ? s.upscale : std::clamp(800 / std::max(s.width, s.height), 1, max_upscale);
     if (int64_t{s.width} * l.factor > max_side || int64_t{s.height} * l.factor > max_side)
         fail("a " + frame_size(s) + " frame is too large to draw (at most " + std::to_string(max_side) +
              " pixels a side)");
-    l.image = {0, 0, static_cast<double>(s.width * l.factor), static_cast<double>(s.height * l.factor)};
-    l.ui = std::clamp(std::max(l.image.w, l.image.h) / 720.0, 1.0, 4.0);
+    const double w = static_cast<double>(s.width * l.factor), h = static_cast<double>(s.height * l.factor);
+    l.ui = std::clamp(std::max(w, h) / 720.0, 1.0, 4.0);
+    const bool marks = !s.points.empty() || !s.lines.empty() || !s.rects.empty() || !s.crosshairs.empty();
+    l.margin = marks ? std::ceil(16 * l.ui) : 0;  // a crosshair's arm and halo at an edge pixel
+    l.image = {l.margin, l.margin, w, h};
+    l.marked = {0, 0, w + 2 * l.margin, h + 2 * l.margin};
 
     // Text is measured on a scratch surface before the real one exists.
     SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
     CairoPtr cr(cairo_create(scratch.get()));
     const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui) : 0;
-    const double body_h = std::max(l.image.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
-    const double caption_h = s.caption.empty() ? 0 : std::round(26 * l.ui);
-    l.panel = {l.image.w, 0, panel_w, body_h};
-    l.width = static_cast<int>(l.image.w + panel_w);
+    const double body_h = std::max(l.marked.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
+    const double caption_h =
+        caption.empty() ? 0 : std::round((8 + 18 * caption_lines(caption).size()) * l.ui);
+    l.panel = {l.marked.w, 0, panel_w, body_h};
+    l.width = static_cast<int>(l.marked.w + panel_w);
     l.caption = {0, body_h, static_cast<double>(l.width), caption_h};
     l.height = static_cast<int>(body_h + caption_h);
     return l;
@@ -119,7 +125,29 @@ Picture render_picture(const PictureSpec &request) {
                               : automatic_range(std::span(
                                     request.celsius, static_cast<size_t>(request.width) * request.height));
     if (!(static_cast<double>(hi) - lo > 0)) fail("the temperatures are too large to put on a colour scale");
-    const Layout layout = lay_out(request, lo, hi);
+    Picture picture;
+    for (std::size_t i = 0; i < static_cast<size_t>(request.width) * request.height; ++i) {
+        picture.above += request.celsius[i] > hi ? 1 : 0;  // NaN is neither
+        picture.below += request.celsius[i] < lo ? 1 : 0;
+    }
+
+    // Labels are placed before the caption is laid out: those without a free place join it.
+    std::string caption = request.caption;
+    Layout layout = lay_out(request, lo, hi, caption);
+    LabelPlan labels;
+    {
+        SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
+        CairoPtr measuring(cairo_create(scratch.get()));
+        labels = plan_labels(measuring.get(), request, layout);
+    }
+    if (!labels.unplaced.empty()) {
+        std::string more = "more labels:";
+        for (const std::string &text : labels.unplaced) more += "  " + text;
+        caption = caption.empty() ? more : more + "\n" + caption;
+        layout = lay_out(request, lo, hi, caption);
+    }
+    layout.clipped_hot = picture.above > 0;
+    layout.clipped_cold = picture.below > 0;
 
     SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, layout.height));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
@@ -132,12 +160,11 @@ Picture render_picture(const PictureSpec &request) {
 
     paint_false_colour(surface.get(), request, palette, lo, hi, layout);
     if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
-    draw_overlays(cr.get(), request, layout);
-    draw_caption(cr.get(), request, layout);
+    draw_overlays(cr.get(), request, layout, labels);
+    draw_caption(cr.get(), caption, layout);
     if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS)
         fail(std::string("drawing the picture failed: ") + cairo_status_to_string(cairo_status(cr.get())));
 
-    Picture picture;
     cairo_surface_flush(surface.get());
     const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_png, &picture.png);
     if (status != CAIRO_STATUS_SUCCESS)
@@ -146,6 +173,8 @@ Picture render_picture(const PictureSpec &request) {
     picture.height = layout.height;
     picture.lo = lo;
     picture.hi = hi;
+    picture.image_x = static_cast<int>(layout.image.x);
+    picture.image_y = static_cast<int>(layout.image.y);
     return picture;
 }
 

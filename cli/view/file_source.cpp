@@ -11,9 +11,9 @@ namespace {
 
 class FileSource final : public FrameSource {
 public:
-    FileSource(const std::vector<fs::path> &paths, std::optional<FrameSize> raw_size) : raw_size_(raw_size) {
+    FileSource(const std::vector<fs::path> &paths, const FrameInput &input) : input_(input) {
         for (const fs::path &path : paths) {
-            File f{path, open_frame_file(path, raw_size), 0, 0};
+            File f{path, open_frame_file(path, input), 0, 0};
             f.count = f.reader->frame_count();
             if (f.count == 0) fail_usage(path.string() + ": holds no frame");
             total_ += f.count;
@@ -55,7 +55,7 @@ private:
 
     SourceFramePtr read(File &f, uint64_t local, uint64_t index) {
         if (local < f.position) {
-            f.reader = open_frame_file(f.path, raw_size_);
+            f.reader = open_frame_file(f.path, input_);
             f.position = 0;
         }
         auto shown = std::make_shared<SourceFrame>();
@@ -75,7 +75,7 @@ private:
         return shown;
     }
 
-    std::optional<FrameSize> raw_size_;
+    FrameInput input_;
     std::vector<File> files_;
     uint64_t total_ = 0;
     std::mutex mutex_;
@@ -83,9 +83,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FrameSource> open_file_source(const std::vector<fs::path> &paths,
-                                              std::optional<FrameSize> raw_size) {
-    return std::make_unique<FileSource>(paths, raw_size);
+std::unique_ptr<FrameSource> open_file_source(const std::vector<fs::path> &paths, const FrameInput &input) {
+    return std::make_unique<FileSource>(paths, input);
 }
 
 }  // namespace radimo::cli::view

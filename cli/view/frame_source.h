@@ -56,7 +56,7 @@ public:
 // The frames of `paths` in order, as one sequence. Every file is opened (and so checked) here; a
 // frame is read when asked for. `raw_size` is the size of raw files.
 std::unique_ptr<FrameSource> open_file_source(const std::vector<std::filesystem::path> &paths,
-                                              std::optional<FrameSize> raw_size);
+                                              const FrameInput &input);
 
 // Reads the frames of a live stream, one at a time, in the live source's reader thread.
 class LiveReader {

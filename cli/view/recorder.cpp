@@ -48,7 +48,7 @@ void Recorder::run() {
         try {
             Frame stored = frame->frame;
             stored.unit = unit_;
-            stored.unit_from_file = true;
+            stored.unit_source = UnitSource::kFile;
             if (vtemp_) stored.vtemp = vtemp_;
             writer_->write(stored);
         } catch (const std::exception &e) {

@@ -26,19 +26,8 @@ bool exact_from_u16(const std::vector<uint16_t> &samples, int divisor, const std
     return true;
 }
 
-int divisor_of(Unit unit) {
-    switch (unit) {
-        case Unit::kKelvin16:
-            return 16;
-        case Unit::kCentikelvin:
-            return 100;
-        default:
-            return 0;
-    }
-}
-
 ordered_json reading_at(const Frame &celsius, point_t at) {
-    const float v = celsius.celsius[static_cast<std::size_t>(at.y) * celsius.width + at.x];
+    const float v = celsius.floats[static_cast<std::size_t>(at.y) * celsius.width + at.x];
     return {{"x", at.x}, {"y", at.y}, {"celsius", v}};
 }
 
@@ -89,6 +78,12 @@ Session::Session(std::unique_ptr<FrameSource> source, SessionSettings settings)
     }
 }
 
+FrameConverter Session::converter_of(const ShownFrame &frame) const {
+    // The command line's camera: the page changes only the scene, which these reports do not read.
+    return FrameConverter(
+        {settings_.camera ? &*settings_.camera : nullptr, settings_.vtemp, frame.scene_corrected});
+}
+
 Session::Conversion Session::conversion() const {
     std::lock_guard lock(mutex_);
     return conversion_;
@@ -98,37 +93,25 @@ ShownFramePtr Session::convert(const SourceFramePtr &source, const Conversion &c
     auto shown = std::make_shared<ShownFrame>();
     shown->source = source;
     Frame frame = source->frame;
-    if (settings_.unit) {
-        if (frame.unit_from_file && frame.unit != *settings_.unit)
-            throw RequestError(400, source->origin + ": holds " + unit_name(frame.unit) + " frames, not " +
-                                        unit_name(*settings_.unit) + " (--unit)");
-        frame.unit = *settings_.unit;
-        frame.unit_from_file = true;
+    if (source_->live()) {  // files settle their unit as they are read; a stream says nothing
+        frame.unit = settings_.unit.value_or(c.camera ? Unit::kNuc : Unit::kKelvin16);
+        frame.unit_source = settings_.unit ? UnitSource::kOption : UnitSource::kAssumed;
     }
+    shown->input = Frame{frame.width, frame.height, frame.unit, frame.unit_source, frame.vtemp, {}, {}};
+    shown->scene_corrected = c.scene_correct;
     try {
+        // Measured in their own unit like `measure`, shown in degC like `render`.
         const FrameConverter converter({c.camera.get(), settings_.vtemp, c.scene_correct});
-        const FrameConverter plain({});  // unit changes only
-        const Unit unit = converter.source_unit(frame);
-        shown->source_unit = unit;
-        if (unit == Unit::kNuc) shown->vtemp = converter.vtemp_of(frame);
-        if (!c.scene_correct && (unit == Unit::kNuc || unit == Unit::kKelvin16)) {
-            // Apparent temperatures: measured as they are, shown in degC.
-            shown->kelvin16 = converter.convert(frame, Unit::kKelvin16, source->origin);
-            shown->celsius = plain.convert(shown->kelvin16, Unit::kCelsius, source->origin);
-            if (exact_from_u16(shown->kelvin16.samples, 16, shown->celsius.celsius))
-                shown->wire_u16 = &shown->kelvin16.samples, shown->divisor = 16;
-        } else {
-            // Object temperatures and other units: shown as converted, measured in 1/16 K like `measure`.
-            shown->celsius = converter.convert(frame, Unit::kCelsius, source->origin);
-            shown->kelvin16 = plain.convert(shown->celsius, Unit::kKelvin16, source->origin);
-            const int divisor = c.scene_correct ? 0 : divisor_of(unit);
-            if (divisor > 0 && exact_from_u16(source->frame.samples, divisor, shown->celsius.celsius))
-                shown->wire_u16 = &source->frame.samples, shown->divisor = divisor;
-        }
-        shown->automatic = automatic_range(shown->celsius.celsius);
-        const Region whole{
-            Region::Kind::kRect, {0, 0}, {shown->kelvin16.width, shown->kelvin16.height}, "frame"};
-        shown->extremes = measure_region(shown->kelvin16, whole, std::nullopt);
+        if (frame.unit == Unit::kNuc) shown->vtemp = converter.vtemp_of(frame);
+        shown->temperatures = converter.temperatures(frame, source->origin, source->file_index);
+        shown->celsius = to_unit(shown->temperatures, Unit::kCelsius);
+        shown->measured = measured_frame(shown->temperatures);
+        const int divisor = counts_per_kelvin(shown->temperatures.unit);
+        if (divisor > 0 && exact_from_u16(shown->temperatures.samples, divisor, shown->celsius.floats))
+            shown->wire_u16 = &shown->temperatures.samples, shown->divisor = divisor;
+        shown->automatic = automatic_range(shown->celsius.floats);
+        const Region whole{Region::Kind::kRect, {0, 0}, {frame.width, frame.height}, "frame"};
+        shown->extremes = region_statistics(shown->measured, whole).pixels;
     } catch (const Error &e) {
         throw RequestError(400, e.what());
     }
@@ -179,8 +162,8 @@ std::vector<RegionResult> Session::measure(const ShownFrame &frame, const ToolTe
     std::vector<RegionResult> measured;
     try {
         for (const Region &r : parse_regions(tools.points, tools.lines, tools.rects)) {
-            check_inside(r, frame.kelvin16.width, frame.kelvin16.height);
-            measured.push_back(measure_region(frame.kelvin16, r, std::nullopt));
+            check_inside(r, frame.measured.width, frame.measured.height);
+            measured.push_back(measure_region(frame.measured, r, std::nullopt));
         }
     } catch (const Error &e) {
         throw RequestError(400, e.what());
@@ -189,14 +172,10 @@ std::vector<RegionResult> Session::measure(const ShownFrame &frame, const ToolTe
 }
 
 ordered_json Session::report(const ShownFrame &frame, const std::vector<RegionResult> &measured) const {
-    const Conversion c = conversion();
-    const FrameConverter converter({c.camera.get(), settings_.vtemp, false});
-    Frame source = frame.source->frame;
-    source.unit = frame.source_unit;
-    source.unit_from_file = true;
-    ordered_json record = measured_frame_json(frame.source->file_index, converter, source);
+    ordered_json record =
+        measured_frame_json(frame.source->file_index, converter_of(frame), frame.input, frame.measured);
     record["measurements"] = ordered_json::array();
-    for (const RegionResult &m : measured) record["measurements"].push_back(measurement_json(m));
+    for (const RegionResult &m : measured) record["measurements"].push_back(region_json(frame.measured, m));
     ordered_json report = {{"file", frame.source->origin}};
     report["frames"] = ordered_json::array({record});
     return report;
@@ -211,14 +190,14 @@ std::string Session::frame_message(const ShownFrame &frame, const std::vector<Re
                       {"file_frame", frame.source->file_index},
                       {"width", c.width},
                       {"height", c.height},
-                      {"unit", unit_name(frame.source_unit)}};
+                      {"unit", unit_name(frame.input.unit)}};
     if (frame.vtemp) j["vtemp"] = *frame.vtemp;
     j["scene_correct"] = conversion().scene_correct;
     j["samples"] = frame.wire_u16 != nullptr ? "u16" : "f32";
     if (frame.wire_u16 != nullptr) j["divisor"] = frame.divisor;
     j["automatic"] = {frame.automatic.first, frame.automatic.second};
-    j["hottest"] = reading_at(c, frame.extremes.result.max_temp_point);
-    j["coldest"] = reading_at(c, frame.extremes.result.min_temp_point);
+    j["hottest"] = reading_at(c, frame.extremes.hottest.at);
+    j["coldest"] = reading_at(c, frame.extremes.coldest.at);
     if (frame.source->received_ms > 0) j["received_ms"] = frame.source->received_ms;
     if (const auto why = source_->ended()) j["ended"] = *why;
     j["report"] = report(frame, measured);
@@ -236,7 +215,7 @@ std::string Session::frame_message(const ShownFrame &frame, const std::vector<Re
     if (frame.wire_u16 != nullptr)
         std::memcpy(message.data() + start, frame.wire_u16->data(), bytes);
     else
-        std::memcpy(message.data() + start, c.celsius.data(), bytes);
+        std::memcpy(message.data() + start, c.floats.data(), bytes);
     return message;
 }
 
@@ -244,7 +223,8 @@ Picture Session::picture(const ShownFrame &frame, const std::vector<RegionResult
                          const PictureSettings &settings) const {
     PictureRequest request;
     request.celsius = &frame.celsius;
-    request.kelvin16 = &frame.kelvin16;
+    request.measured = &frame.measured;
+    request.unit = temperatures_from(frame.input, converter_of(frame));
     request.regions = measured;
     request.palette = find_palette(settings.palette);
     if (request.palette == nullptr) throw RequestError(400, "unknown palette '" + settings.palette + "'");

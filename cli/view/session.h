@@ -18,6 +18,7 @@
 #include "core/picture_output.h"
 #include "core/profile.h"
 #include "core/regions.h"
+#include "core/statistics.h"
 #include "view/frame_source.h"
 
 namespace radimo::cli::view {
@@ -26,7 +27,7 @@ namespace radimo::cli::view {
 struct SessionSettings {
     std::optional<CameraProfile> camera;
     std::optional<uint16_t> vtemp;  // --vtemp: forced for every raw frame
-    std::optional<Unit> unit;       // --unit: what the samples of frames that do not say so mean
+    std::optional<Unit> unit;       // --unit: what the samples of live frames mean (files are read with it)
     bool scene_correct = false;
     std::string palette = "ironbow";
     std::optional<std::pair<float, float>> range, isotherm;
@@ -36,12 +37,14 @@ struct SessionSettings {
 // A frame as shown and measured.
 struct ShownFrame {
     SourceFramePtr source;
-    Unit source_unit = Unit::kKelvin16;
-    std::optional<uint16_t> vtemp;        // raw frames: the focal-plane reading used
-    Frame celsius;                        // the temperatures shown, degC
-    Frame kelvin16;                       // the same temperatures in 1/16 K: what is measured
+    Frame input;                    // the source frame's size, unit (settled) and vtemp, without samples
+    bool scene_corrected = false;   // converted through the scene correction
+    std::optional<uint16_t> vtemp;  // raw frames: the focal-plane reading used
+    Frame celsius;                  // the temperatures shown, degC
+    Frame temperatures;             // the same temperatures in their own unit
+    MeasuredFrame measured;         // what is measured, as `radimo measure` measures it
     std::pair<float, float> automatic{};  // the automatic scale of the picture
-    RegionResult extremes;                // hottest and coldest 3x3 mean of the whole frame
+    PixelStatistics extremes;             // the hottest and coldest pixel of the whole frame
     // The samples the page receives: u16 values v that give the shown degC exactly as
     // float(v / divisor - 273.15), else the degC floats themselves (divisor 0).
     const std::vector<uint16_t> *wire_u16 = nullptr;
@@ -107,6 +110,8 @@ private:
         uint64_t generation = 0;
     };
     Conversion conversion() const;
+    // The converter a shown frame was converted with (for what the reports say about it).
+    FrameConverter converter_of(const ShownFrame &frame) const;
     // The frame of this index kept for this scene, else nullptr; keeping a converted frame.
     ShownFramePtr kept(uint64_t index, uint64_t generation) const;
     ShownFramePtr keep(ShownFramePtr frame, uint64_t generation);

@@ -9,9 +9,12 @@ how its error messages reach RadimoError.
     radimo.nuc_to_celsius(table, np.array([7000, 7100]))
     camera = radimo.Camera("demo/camera")       # a camera profile directory
     celsius = camera.to_celsius(raw_frames)     # (H, W) or (N, H, W) uint16 -> float32 degC
+    frame = radimo.read_frame("room.png", unit="centikelvin")   # values with their unit
+    radimo.measure_rect(frame, (10, 20), (32, 24)).hottest_celsius
 
 Every library failure raises radimo.RadimoError (result code, its name, the library's
-messages); invalid arguments are refused before the call with ValueError.
+messages); invalid arguments are refused before the call with ValueError; a doubt about a frame
+(an implausible unit, byte-swapped samples) is a radimo.InputWarning.
 """
 import ctypes
 
@@ -23,7 +26,8 @@ from .camera import Camera, kelvin16_to_celsius
 from .correction import (Scene, apply_env_factor, enhanced_distance_correct, env_factor, read_tau,
                          remove_env_factor, reverse_enhanced_distance_correct, reverse_temp_correct,
                          temp_correct)
-from .measure import AreaMeasurement, PointMeasurement, measure_line, measure_point, measure_rect
+from .frames import UNITS, Frame, InputWarning, read_frame, to_unit
+from .measure import AreaMeasurement, PointMeasurement, measure_frame, measure_line, measure_point, measure_rect
 from .nuc import KtBt, celsius_to_nuc, generate_nuc_table, nuc_to_celsius
 from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc, double_point_recalibration,
                             new_kt_bt, new_nuc_table)
@@ -57,7 +61,8 @@ def version():
 __all__ = ["Camera", "kelvin16_to_celsius", "records", "DATA_TABLES", "data_table", "CODE_NAMES",
            "RadimoError", "version", "Scene", "temp_correct", "reverse_temp_correct",
            "enhanced_distance_correct", "reverse_enhanced_distance_correct", "read_tau", "env_factor",
-           "apply_env_factor", "remove_env_factor", "PointMeasurement", "AreaMeasurement", "measure_point",
-           "measure_line", "measure_rect", "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",
+           "apply_env_factor", "remove_env_factor", "UNITS", "Frame", "InputWarning", "read_frame", "to_unit",
+           "PointMeasurement", "AreaMeasurement", "measure_point", "measure_line", "measure_rect", "measure_frame",
+           "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",
            "Blackbody", "DoublePointResult", "double_point_recalibration", "calibration_point_nuc",
            "new_nuc_table", "new_kt_bt"]

@@ -6,9 +6,11 @@
 
 Frames go through the library's whole-frame functions (radimo_frame_temp_measure, then
 radimo_frame_to_celsius or radimo_frame_scene_correct), one call per frame; their results equal the
-per-pixel temp_measure_with_NUC_value and the single-value corrections. C-contiguous uint16 frames
-are passed without a copy, and ctypes releases the GIL during every call, so threads converting
-different frames (or dask blocks) run in parallel.
+per-pixel temp_measure_with_NUC_value and the single-value corrections. Those functions take sides of
+at most 32767 pixels: a wider or taller frame goes as rows of 32767 pixels, as `radimo convert` sends
+it (every conversion is pixel by pixel). C-contiguous uint16 frames are passed without a copy, and
+ctypes releases the GIL during every call, so threads converting different frames (or dask blocks)
+run in parallel.
 """
 from ctypes import byref, c_float, c_uint16
 from pathlib import Path
@@ -20,8 +22,26 @@ from ._arrays import buffer, check_integer
 from ._lib import call
 from ._profile import read_profile
 from .correction import Scene, correction_table_array, correction_table_words
+from .frames import to_unit
 from .measure import measure_line, measure_point, measure_rect
 from .nuc import KtBt, nuc_table_array
+
+MAX_SIDE = 32767  # the sides the whole-frame functions take
+
+
+def frame_runs(width, height):
+    """(offset, resolution, rows, pixels) pieces that cover the pixels of a width x height frame with sides
+    of at most 32767 pixels: the frame itself when it fits, else rows of 32767 pixels and a shorter last
+    row, as the radimo tool cuts it."""
+    if width <= MAX_SIDE and height <= MAX_SIDE:
+        yield 0, width | (height << 16), height, width * height
+        return
+    total, offset = width * height, 0
+    while offset < total:
+        rows = min((total - offset) // MAX_SIDE, MAX_SIDE)
+        w, h = (MAX_SIDE, rows) if rows > 0 else (total - offset, 1)
+        yield offset, w | (h << 16), h, w * h
+        offset += w * h
 
 
 class Camera:
@@ -82,26 +102,31 @@ class Camera:
                              f"got shape {vtemps.shape}")
         return array.shape, stack, vtemps.tolist()
 
+    def _runs(self):
+        self.resolution  # checks width and height
+        return frame_runs(self.width, self.height)
+
     def _measure(self, frame, vtemp, temp):
-        """radimo_frame_temp_measure of one frame into temp (1/16 K)."""
-        frame = np.ascontiguousarray(frame)  # a copy only for a strided view
+        """radimo_frame_temp_measure of one frame into temp (1/16 K, the frame's pixels in a row)."""
+        frame = np.ascontiguousarray(frame).reshape(-1)  # a copy only for a strided view
         k = self.ktbt
         if not isinstance(k, KtBt):
             raise ValueError("ktbt must be a radimo.KtBt")
         length, kt, bt = k.arrays()
         table = nuc_table_array(self.nuc_table)
-        pixels = self.width * self.height
         param = R.ktbt_correct_param_t(k.K_Temp, k.B_Temp, k.Address_CA, kt, bt, vtemp)
-        call("radimo_frame_temp_measure", byref(param), length, buffer("nuc_table", table, c_uint16, table.size),
-             table.size, buffer("raw", frame, c_uint16, pixels), self.resolution, 0, self.height,
-             buffer("temp", temp, c_uint16, pixels, True))
+        for at, resolution, rows, pixels in self._runs():
+            call("radimo_frame_temp_measure", byref(param), length,
+                 buffer("nuc_table", table, c_uint16, table.size), table.size,
+                 buffer("raw", frame[at:], c_uint16, pixels), resolution, 0, rows,
+                 buffer("temp", temp[at:], c_uint16, pixels, True))
 
     def to_kelvin16(self, raw, vtemp=None):
         """Apparent temperatures in 1/16 K (uint16; degC = v / 16 - 273.15) of raw frames: the KT/BT
         correction at each frame's focal-plane reading, then the NUC table. vtemp: None (the camera's),
         one reading, or one per frame of a stack."""
         shape, stack, vtemps = self._frames(raw, vtemp)
-        out = np.empty((len(stack), self.height, self.width), dtype=np.uint16)
+        out = np.empty((len(stack), self.height * self.width), dtype=np.uint16)
         for frame, v, temp in zip(stack, vtemps, out):
             self._measure(frame, v, temp)
         return out.reshape(shape)
@@ -124,32 +149,32 @@ class Camera:
             words = correction_table_array(self.correct_table)
             record, table = scene.record(), buffer("correct_table", words, c_uint16, correction_table_words(words))
         shape, stack, vtemps = self._frames(raw, vtemp)
-        out = np.empty((len(stack), self.height, self.width), dtype=np.float32)
-        temp = np.empty((self.height, self.width), dtype=np.uint16)
-        temp_ptr, pixels = buffer("temp", temp, c_uint16, temp.size), temp.size
+        out = np.empty((len(stack), self.height * self.width), dtype=np.float32)
+        temp = np.empty(self.height * self.width, dtype=np.uint16)
         for frame, v, celsius in zip(stack, vtemps, out):
             self._measure(frame, v, temp)
-            if scene_correct:
-                call("radimo_frame_scene_correct", byref(record), table, temp_ptr, self.resolution, 0,
-                     self.height, buffer("celsius", celsius, c_float, pixels, True))
-            else:
-                call("radimo_frame_to_celsius", None, 0, temp_ptr, self.resolution, 0, self.height,
-                     buffer("celsius", celsius, c_float, pixels, True))
+            for at, resolution, rows, pixels in self._runs():
+                source = buffer("temp", temp[at:], c_uint16, pixels)
+                target = buffer("celsius", celsius[at:], c_float, pixels, True)
+                if scene_correct:
+                    call("radimo_frame_scene_correct", byref(record), table, source, resolution, 0, rows, target)
+                else:
+                    call("radimo_frame_to_celsius", None, 0, source, resolution, 0, rows, target)
         return out.reshape(shape)
 
-    # ---- Measurements on a raw frame (values in 1/16 K) --------------------------------------
+    # ---- Measurements on a raw frame (of its apparent temperatures, in 1/16 K) ------------------
 
     def measure_point(self, raw, x, y, vtemp=None):
-        """Trimmed 3 x 3 mean (1/16 K) of the apparent temperatures of one raw frame at (x, y)."""
-        return measure_point(self._one_frame(raw, vtemp), x, y)
+        """radimo.measure_point of the apparent temperatures (kelvin16) of one raw frame."""
+        return measure_point(self._one_frame(raw, vtemp), x, y, unit="kelvin16")
 
     def measure_line(self, raw, start, end, vtemp=None):
-        """Maximum, minimum and average (1/16 K) along a line of one raw frame."""
-        return measure_line(self._one_frame(raw, vtemp), start, end)
+        """radimo.measure_line of the apparent temperatures (kelvin16) of one raw frame."""
+        return measure_line(self._one_frame(raw, vtemp), start, end, unit="kelvin16")
 
     def measure_rect(self, raw, origin, size, vtemp=None):
-        """Maximum, minimum and average (1/16 K) inside a rectangle of one raw frame."""
-        return measure_rect(self._one_frame(raw, vtemp), origin, size)
+        """radimo.measure_rect of the apparent temperatures (kelvin16) of one raw frame."""
+        return measure_rect(self._one_frame(raw, vtemp), origin, size, unit="kelvin16")
 
     def _one_frame(self, raw, vtemp):
         if np.ndim(raw) != 2:
@@ -160,10 +185,8 @@ class Camera:
 def kelvin16_to_celsius(values):
     """degC (float32) of 1/16 K temperatures, by the library's rule (value * 0.0625 in single
     precision, minus 273.15 in double precision)."""
-    values = check_integer("values", values, 0, 0xFFFF)
-    scaled = values.astype(np.float32) * np.float32(0.0625)
-    result = (scaled.astype(np.float64) - 273.15).astype(np.float32)
+    result = to_unit(check_integer("values", values, 0, 0xFFFF), "kelvin16", "celsius")
     return result.item() if result.ndim == 0 else result
 
 
-__all__ = ["Camera", "kelvin16_to_celsius"]
+__all__ = ["Camera", "kelvin16_to_celsius", "frame_runs"]

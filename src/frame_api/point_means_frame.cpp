@@ -11,7 +11,7 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleLibradimo;
 
 void finish(radimo_frame_stats_t *s) {
-    s->avg = s->count == 0 ? 0 : static_cast<uint16_t>((s->sum + s->count / 2) / s->count);
+    s->avg = s->count == 0 ? uint16_t{0} : static_cast<uint16_t>((s->sum + s->count / 2) / s->count);
 }
 
 }  // namespace

@@ -158,10 +158,8 @@ int radimo_frame_temp_measure(const ktbt_correct_param_t *ktbt_param, uint32_t k
         return RADIMO_ERR_PARAM;
 
     const ktbt_correct_param_t &p = *ktbt_param;
-    const radimo::ktbt::IndexLimits &limits =
-        ktbt_len == 1201 ? radimo::ktbt::kLimits1201 : radimo::ktbt::kLimits3601;
-    const int32_t index = radimo::ktbt::clamped_index(
-        radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp), p.Address_CA, limits);
+    const int32_t index = radimo::ktbt::correction_index(
+        p, ktbt_len == 1201 ? radimo::ktbt::kLimits1201 : radimo::ktbt::kLimits3601);
     const Correction c{p.kt_array[index], p.bt_array[index], nuc_table, nuc_table_len == 8192 ? 1u : 0u};
     static const MeasureFn measure =
         radimo::simd::pick<MeasureFn>(measure_scalar, measure_sse2, measure_avx2);

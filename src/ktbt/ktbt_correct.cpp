@@ -19,8 +19,7 @@ using radimo::ktbt::IndexLimits;
 // signed 32-bit arithmetic. A product beyond 2^31 (only a gain near 4.0 with a
 // value beyond the 14-bit range reaches it) wraps negative and clamps to 0.
 inline uint16_t corrected_nuc(const ktbt_correct_param_t &p, uint32_t nuc, const IndexLimits &limits) {
-    const int32_t t_fpa = radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp);
-    const int32_t index = radimo::ktbt::clamped_index(t_fpa, p.Address_CA, limits);
+    const int32_t index = radimo::ktbt::correction_index(p, limits);
     const int32_t product = radimo::fx::mul_wrap32(p.kt_array[index], radimo::fx::low16(nuc));
     const int32_t gained =
         radimo::fx::wrap32(int64_t{product} + radimo::fx::kQ14Half) >> radimo::fx::kQ14Shift;

@@ -29,9 +29,7 @@ int radimo_ktbt_index(const ktbt_correct_param_t *ktbt_param, uint32_t ktbt_len,
         RADIMO_ERROR_IN(kCorrectionModule, "ktbt_len is invalid\n");
         return RADIMO_ERR_PARAM;
     }
-    const ktbt_correct_param_t &p = *ktbt_param;
-    *index = radimo::ktbt::clamped_index(radimo::ktbt::t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp),
-                                         p.Address_CA, *limits);
+    *index = radimo::ktbt::correction_index(*ktbt_param, *limits);
     return RADIMO_SUCCESS;
 }
 

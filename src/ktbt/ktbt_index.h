@@ -48,6 +48,12 @@ constexpr int32_t clamped_index(int32_t t_fpa, uint16_t address_ca, const IndexL
     return fx::clamp(index_of(fx::clamp(t_fpa, 0, limits.t_fpa_max), address_ca), 0, limits.index_max);
 }
 
+// Index of the forward correction (and of the whole-frame measurement) for a
+// correction record, within the limits of its arrays.
+constexpr int32_t correction_index(const ktbt_correct_param_t &p, const IndexLimits &limits) {
+    return clamped_index(t_fpa_rounded(p.vtemp, p.K_Temp, p.B_Temp), p.Address_CA, limits);
+}
+
 // Index limited by a record's index count: below 0 gives 0, from the count
 // upwards gives count - 1 (so a count of 0 gives -1; callers that read an
 // array with it reject that count first).

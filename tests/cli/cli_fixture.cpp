@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -78,6 +79,44 @@ Frame raw_frame(int width, int height, unsigned seed) {
     f.samples.resize(f.pixels());
     for (uint16_t &v : f.samples) v = static_cast<uint16_t>(5500 + random() % 4500);
     return f;
+}
+
+Frame room_frame(int width, int height, Unit unit) {
+    std::mt19937 random(7);
+    Frame f;
+    f.width = width;
+    f.height = height;
+    f.unit = unit;
+    f.unit_source = UnitSource::kFile;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const double dx = x - 0.7 * width, dy = y - 0.4 * height, r = 0.1 * std::min(width, height);
+            double c = 18 + 8.0 * x / width + 4.0 * y / height + 0.05 * static_cast<double>(random() % 5);
+            if (dx * dx + dy * dy < r * r) c = 65;
+            if (is_float_unit(unit))
+                f.floats.push_back(static_cast<float>(unit == Unit::kCelsius ? c : c + 273.15));
+            else
+                f.samples.push_back(count_of_celsius(unit, c));
+        }
+    return f;
+}
+
+void CliTest::write_raw(const std::string &name, const std::vector<Frame> &frames, bool big_endian) const {
+    std::ofstream out(dir_ / name, std::ios::binary);
+    const auto put = [&](uint32_t word, int bytes) {
+        for (int i = 0; i < bytes; ++i) {
+            const int shift = 8 * (big_endian ? bytes - 1 - i : i);
+            out.put(static_cast<char>((word >> shift) & 0xFF));
+        }
+    };
+    for (const Frame &f : frames) {
+        for (uint16_t v : f.samples) put(v, 2);
+        for (float v : f.floats) {
+            uint32_t bits;
+            std::memcpy(&bits, &v, 4);
+            put(bits, 4);
+        }
+    }
 }
 
 void CliTest::write_frames(const std::string &name, const std::vector<Frame> &frames) const {

@@ -22,6 +22,9 @@ struct RunResult {
 
 // A raw NUC frame of plausible room-to-hot-object responses.
 Frame raw_frame(int width, int height, unsigned seed);
+// A smooth scene in a temperature unit: a room at 18 to 30 degC with a
+// 65 degC object and a little noise, as a camera sees it.
+Frame room_frame(int width, int height, Unit unit);
 
 class CliTest : public ::testing::Test {
 protected:
@@ -39,6 +42,8 @@ protected:
     // A profile written as directory `name`.
     void write_camera(const CameraProfile &camera, const std::string &name) const;
     void write_frames(const std::string &name, const std::vector<Frame> &frames) const;
+    // Frames as headerless samples (u16, or float32 for float units) in a byte order.
+    void write_raw(const std::string &name, const std::vector<Frame> &frames, bool big_endian = false) const;
 
 private:
     std::filesystem::path dir_;

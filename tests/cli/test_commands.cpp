@@ -71,7 +71,7 @@ TEST_F(Commands, DemoReadsTheSceneWithinHalfAKelvinAndMarksTheMug) {
                 << object["object"];
     }
     for (const json &f : report["frames"]) {  // the hottest point lies on the mug (body, handle, coffee)
-        const int x = f["max_at"][0], y = f["max_at"][1];
+        const int x = f["hottest_at"][0], y = f["hottest_at"][1];
         EXPECT_TRUE(x >= 415 && x <= 530 && y >= 300 && y <= 395) << x << "," << y;
     }
     const auto [w, h] = png_size(d / "demo.png");
@@ -107,7 +107,7 @@ TEST_F(Commands, ConvertMatchesTheLibraryBitForBit) {
             ASSERT_EQ(enhance_distance_temp_correct(&scene, camera.correct_table.data(), 0, &expected,
                                                     celsius_of_kelvin16(t)),
                       RADIMO_SUCCESS);
-            ASSERT_EQ(celsius[f].celsius[i], expected) << f << " " << i;
+            ASSERT_EQ(celsius[f].floats[i], expected) << f << " " << i;
         }
     }
 }
@@ -135,36 +135,67 @@ TEST_F(Commands, ConvertWithLongKtbtArraysUsesTheirCorrection) {
 TEST_F(Commands, MeasureJsonMatchesTheLibrary) {
     Frame frame = raw_frame(16, 12, 3);
     frame.unit = Unit::kKelvin16;
+    frame.samples[4 * 16 + 12] =
+        12000;  // a one-pixel hot spot inside the rectangle: its trimmed mean drops it
     write_frames("t.png", {frame});
     const RunResult r =
-        radimo("measure t.png --point 3,4 --line 1,1,10,8 --rect 2,2,6,5 --alarm 40,10 --json");
+        radimo("measure t.png --point 3,4 --line 1,1,10,8 --rect 2,2,12,5 --alarm 40,10 --json");
     ASSERT_EQ(r.exit_code, 0) << r.err;
-    const json m = json::parse(r.out)["frames"][0]["measurements"];
+    const json report = json::parse(r.out);
+    const json m = report["frames"][0]["measurements"];
     ASSERT_EQ(m.size(), 3u);
+    EXPECT_EQ(report["warnings"].size(), 0u);
     const uint32_t res = frame.resolution();
-    const threshold_t alarm{kelvin16_of_celsius(40), kelvin16_of_celsius(10)};
+    const auto pixel = [&](int x, int y) { return frame.samples[static_cast<std::size_t>(y) * 16 + x]; };
     uint16_t point = 0;
     ASSERT_EQ(get_point_temp(frame.samples.data(), res, {3, 4}, &point), RADIMO_SUCCESS);
-    EXPECT_EQ(m[0]["value"], point);
+    EXPECT_EQ(m[0]["unit"], "kelvin16");
+    EXPECT_EQ(m[0]["unit_source"], "file");
+    EXPECT_EQ(m[0]["trimmed"]["value"]["value"], point);
+    EXPECT_EQ(m[0]["pixels"]["hottest"]["value"], pixel(3, 4));
+    EXPECT_DOUBLE_EQ(m[0]["trimmed"]["value"]["celsius"].get<double>(),
+                     std::round((point / 16.0 - 273.15) * 1e4) / 1e4);
+    const threshold_t alarm{kelvin16_of_celsius(40), kelvin16_of_celsius(10)};
     EXPECT_EQ(m[0]["alarm"], std::string(point_over_threshold_alarm(alarm, point) == 1 ? "above" : "ok"));
     temp_result_t line{}, rect{};
     ASSERT_EQ(get_line_temp(frame.samples.data(), res, {1, 1}, {10, 8}, &line), RADIMO_SUCCESS);
-    ASSERT_EQ(get_rect_temp(frame.samples.data(), res, {2, 2}, {6, 5}, &rect), RADIMO_SUCCESS);
+    ASSERT_EQ(get_rect_temp(frame.samples.data(), res, {2, 2}, {12, 5}, &rect), RADIMO_SUCCESS);
     for (const auto &[j, t] : {std::pair{m[1], line}, std::pair{m[2], rect}}) {
-        EXPECT_EQ(j["max"]["value"], t.max_temp);
-        EXPECT_EQ(j["max"]["x"], t.max_temp_point.x);
-        EXPECT_EQ(j["max"]["y"], t.max_temp_point.y);
-        EXPECT_EQ(j["min"]["value"], t.min_temp);
-        EXPECT_EQ(j["min"]["y"], t.min_temp_point.y);
-        EXPECT_EQ(j["avg"]["value"], t.avg_temp);
+        const json &trimmed = j["trimmed"];
+        EXPECT_EQ(trimmed["max"]["value"], t.max_temp);
+        EXPECT_EQ(trimmed["max"]["x"], t.max_temp_point.x);
+        EXPECT_EQ(trimmed["max"]["y"], t.max_temp_point.y);
+        EXPECT_EQ(trimmed["min"]["value"], t.min_temp);
+        EXPECT_EQ(trimmed["min"]["y"], t.min_temp_point.y);
+        EXPECT_EQ(trimmed["avg"]["value"], t.avg_temp);
         EXPECT_EQ(j["alarm"], "above");  // the generated frame runs up to about 90 degC
     }
-    // --csv: the same records, one row per region, the frame index first and absent fields empty.
-    const RunResult csv = radimo("measure t.png --point 3,4 --rect 2,2,6,5 --csv");
+    // The rectangle's own pixels: the hot spot is its hottest, beside the trimmed maximum.
+    const json &p = m[2]["pixels"];
+    double sum = 0, squares = 0;
+    uint16_t coldest = 65535;
+    for (int y = 2; y < 7; ++y)
+        for (int x = 2; x < 14; ++x) sum += pixel(x, y), coldest = std::min(coldest, pixel(x, y));
+    const double mean = sum / 60;
+    for (int y = 2; y < 7; ++y)
+        for (int x = 2; x < 14; ++x) squares += (pixel(x, y) - mean) * (pixel(x, y) - mean);
+    EXPECT_EQ(p["count"], 60);
+    EXPECT_EQ(p["hottest"]["value"], 12000);
+    EXPECT_EQ(p["hottest"]["x"], 12);
+    EXPECT_EQ(p["hottest"]["y"], 4);
+    EXPECT_LT(rect.max_temp, 12000);
+    EXPECT_EQ(p["coldest"]["value"], coldest);
+    EXPECT_NEAR(p["mean"]["value"].get<double>(), mean, 1e-6);
+    EXPECT_NEAR(p["stddev_k"].get<double>(), std::sqrt(squares / 60) / 16, 1e-3);
+    // --csv: the same records, one row per frame and region, absent fields empty.
+    const RunResult csv = radimo("measure t.png --point 3,4 --rect 2,2,12,5 --csv");
     ASSERT_EQ(csv.exit_code, 0) << csv.err;
-    EXPECT_THAT(csv.out, ::testing::StartsWith("frame,label,kind,x,y,value,celsius,w,h,max.value,"));
-    EXPECT_THAT(csv.out, HasSubstr("\n0,P1,point,3,4," + std::to_string(point) + ","));
-    EXPECT_THAT(csv.out, HasSubstr("\n0,R1,rect,2,2,,,6,5," + std::to_string(rect.max_temp) + ","));
+    EXPECT_THAT(csv.out,
+                ::testing::StartsWith("frame,width,height,input_unit,input_unit_source,unit,derivation,"
+                                      "label,kind,x,y,unit_source,trimmed.rule,trimmed.value.value,"));
+    EXPECT_THAT(csv.out, HasSubstr(",P1,point,3,4,file,3x3 trimmed mean," + std::to_string(point) + ","));
+    EXPECT_THAT(csv.out, HasSubstr(",R1,rect,2,2,file,3x3 trimmed means,"));
+    EXPECT_THAT(csv.out.substr(0, csv.out.find('\n')), HasSubstr(",trimmed.max.value,"));
 }
 
 TEST_F(Commands, RenderAndTables) {
@@ -344,7 +375,8 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         {"recal multi-point --camera camera --point 40,41 -o x", 2, "at least two"},
         {"recal double-point --camera camera --high 90,9600,100 --low 30,7200,100 -o x", 2,
          "same raw response"},
-        {"convert raw.tiff --camera camera --to fahrenheit", 2, "expected celsius, kelvin16 or centikelvin"},
+        {"convert raw.tiff --camera camera --to fahrenheit", 2,
+         "expected a temperature unit: kelvin16, centikelvin, decikelvin, millikelvin, celsius, kelvin"},
         {"recal multi-point --camera camera --lens-change camera --point 40,41 --point 70,69 -o x", 2,
          "at least three"},
         {"recal multi-point --camera camera --lens-change zero --point 30,31 --point 40,41 --point 70,69 -o "

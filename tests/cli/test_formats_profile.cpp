@@ -24,10 +24,10 @@ Frame frame_of(Unit unit, int width, int height, unsigned seed,
                std::optional<uint16_t> vtemp = std::nullopt) {
     Frame f = raw_frame(width, height, seed);
     f.unit = unit;
-    f.unit_from_file = true;
+    f.unit_source = UnitSource::kFile;
     f.vtemp = vtemp;
     if (unit == Unit::kCelsius) {
-        for (uint16_t v : f.samples) f.celsius.push_back(celsius_of_kelvin16(v) + 0.001f * (v % 7));
+        for (uint16_t v : f.samples) f.floats.push_back(celsius_of_kelvin16(v) + 0.001f * (v % 7));
         f.samples.clear();
     }
     return f;
@@ -37,10 +37,10 @@ void expect_same(const Frame &a, const Frame &b, const std::string &what) {
     EXPECT_EQ(a.width, b.width) << what;
     EXPECT_EQ(a.height, b.height) << what;
     EXPECT_EQ(a.unit, b.unit) << what;
-    EXPECT_TRUE(b.unit_from_file) << what;
+    EXPECT_EQ(b.unit_source, UnitSource::kFile) << what;
     EXPECT_EQ(a.vtemp, b.vtemp) << what;
     EXPECT_EQ(a.samples, b.samples) << what;
-    EXPECT_EQ(a.celsius, b.celsius) << what;
+    EXPECT_EQ(a.floats, b.floats) << what;
 }
 
 // The exit code and message of a failing call.
@@ -96,7 +96,7 @@ TEST_F(FrameFiles, RawFramesAndCsv) {
     for (const Frame *f : {&a, &b}) {
         ASSERT_TRUE(reader->next(back));
         EXPECT_EQ(back.samples, f->samples);
-        EXPECT_FALSE(back.unit_from_file);
+        EXPECT_EQ(back.unit_source, UnitSource::kAssumed);
     }
     const auto [exit, message] = failure([&] { open_frame_file(path("two.raw"), FrameSize{5, 4}); });
     EXPECT_EQ(exit, Exit::kUsage);

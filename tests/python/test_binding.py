@@ -44,7 +44,7 @@ def test_frame_measurements_match_the_library():
     assert lib.get_line_temp(u16(frame), resolution, R.point_t(1, 1), R.point_t(60, 40), byref(line)) == 0
     got_rect = radimo.measure_rect(frame, (2, 3), (40, 30))
     assert (got_rect.max, got_rect.min, got_rect.avg) == (rect.max_temp, rect.min_temp, rect.avg_temp)
-    assert got_rect.max_at == (30, 20) and got_rect.alarm(high=8000, low=0) == 1
+    assert got_rect.max_at == (30, 20) and got_rect.alarm(high=8000 / 16 - 273.15, low=-100) == "above"
     got_line = radimo.measure_line(frame, (1, 1), (60, 40))
     assert (got_line.max, got_line.min_at) == (line.max_temp, (line.min_temp_point.x, line.min_temp_point.y))
     value = c_uint16()

@@ -37,7 +37,7 @@ def test_to_celsius_equals_radimo_convert(demo, tmp_path):
     report = json.loads(subprocess.run([RADIMO_EXE, "measure", str(demo / "raw.tiff"), "--camera",
                                         str(demo / "camera"), "--rect", "430,330,50,50", "--json"],
                                        check=True, capture_output=True, text=True).stdout)
-    tool = report["frames"][1]["measurements"][0]
+    tool = report["frames"][1]["measurements"][0]["trimmed"]
     assert (mug.max, mug.min, mug.avg, list(mug.max_at)) == (tool["max"]["value"], tool["min"]["value"],
                                                              tool["avg"]["value"], [tool["max"]["x"],
                                                                                     tool["max"]["y"]])

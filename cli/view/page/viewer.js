@@ -370,8 +370,8 @@
     const parts = state.info.camera ? [`camera ${state.info.camera}`] : [];
     parts.push(`${m.width}x${m.height}`, `${m.unit}${m.unit === 'nuc' ? ` (vtemp ${m.vtemp})` : ''}`);
     parts.push(m.scene_correct ? 'object temperatures (scene corrected)' : 'apparent temperatures');
-    parts.push(`hottest ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
-    parts.push(`coldest ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
+    parts.push(`hottest pixel ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
+    parts.push(`coldest pixel ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
     $('frame-facts').textContent = parts.join(' · ');
   }
 
@@ -422,9 +422,9 @@
   function labelText(t, label) {
     const r = t.result;
     if (!r) return label;
-    if (t.kind === 'point') return `${label} ${fmt(r.celsius)}`;
-    if (t.kind === 'line') return `${label} max ${fmt(r.max.celsius)}`;
-    return `${label} avg ${fmt(r.avg.celsius)}`;
+    if (t.kind === 'point') return `${label} ${fmt(r.trimmed.value.celsius)}`;
+    if (t.kind === 'line') return `${label} max ${fmt(r.trimmed.max.celsius)}`;
+    return `${label} avg ${fmt(r.trimmed.avg.celsius)}`;
   }
 
   function drawLabel(group, text, x, y, s) {
@@ -482,7 +482,7 @@
       }
       shape.dataset.tool = i;
       if (t.result && t.kind !== 'point') {
-        const r = t.result;
+        const r = t.result.trimmed;
         el('circle', { cx: r.max.x + 0.5, cy: r.max.y + 0.5, r: 3 * s, class: 'marker-max' }, g);
         el('circle', { cx: r.min.x + 0.5, cy: r.min.y + 0.5, r: 3 * s, class: 'marker-min' }, g);
       }
@@ -506,8 +506,8 @@
       const where = t.kind === 'point' ? `(${t.x},${t.y})` : t.kind === 'line' ? `(${t.x0},${t.y0})–(${t.x1},${t.y1})` : `(${t.x},${t.y}) ${t.w}x${t.h}`;
       const cells = [labels[i], where];
       if (!r) cells.push('…', '', '');
-      else if (t.kind === 'point') cells.push(fmt(r.celsius), '', '');
-      else cells.push(fmt(r.max.celsius), fmt(r.min.celsius), fmt(r.avg.celsius));
+      else if (t.kind === 'point') cells.push(fmt(r.trimmed.value.celsius), '', '');
+      else cells.push(fmt(r.trimmed.max.celsius), fmt(r.trimmed.min.celsius), fmt(r.trimmed.avg.celsius));
       cells.forEach((text, k) => {
         const cell = row.insertCell();
         cell.textContent = text;

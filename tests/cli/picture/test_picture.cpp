@@ -96,9 +96,10 @@ TEST(RenderPicture, FalseColourFollowsTheLockedRange) {
     for (auto [x, y] : {std::pair{0, 0}, {12, 3}, {20, 9}, {30, 20}, {3, 27}}) {
         const double celsius = frame[y * 40 + x];
         const Rgb expected = celsius >= 50 && celsius <= 52 ? lava.highlight() : lava.at((celsius - 10) / 80);
-        EXPECT_EQ(image.pixel(4 * x + 2, 4 * y + 2), expected) << x << "," << y;
+        EXPECT_EQ(image.pixel(picture.image_x + 4 * x + 2, picture.image_y + 4 * y + 2), expected)
+            << x << "," << y;
     }
-    const Rgb no_data = image.pixel(5 * 4 + 1, 1);
+    const Rgb no_data = image.pixel(picture.image_x + 5 * 4 + 1, picture.image_y + 1);
     EXPECT_TRUE(no_data.r == no_data.g && no_data.r > 40 &&
                 no_data.r < 160);                         // neutral grey, not a palette colour
     EXPECT_EQ(render_picture(request).png, picture.png);  // same input, same bytes
@@ -137,13 +138,74 @@ TEST(RenderPicture, BadRequestsThrow) {
 TEST(LabelPlacement, StaysInsideTheImageAndAvoidsEarlierLabels) {
     const detail::Box area{0, 0, 640, 512};
     for (auto [x, y] : {std::pair{0.0, 0.0}, {639.0, 0.0}, {0.0, 511.0}, {639.0, 511.0}, {320.0, 2.0}}) {
-        const detail::Box box = detail::choose_label_box(detail::around_point(90, 18, x, y, 16), area, {});
-        EXPECT_TRUE(box.inside(area)) << x << "," << y;
+        const auto box = detail::choose_label_box(detail::around_point(90, 18, x, y, 16), area, {});
+        ASSERT_TRUE(box) << x << "," << y;
+        EXPECT_TRUE(box->inside(area)) << x << "," << y;
     }
-    const detail::Box first = detail::choose_label_box(detail::around_point(90, 18, 320, 256, 16), area, {});
-    const detail::Box second =
-        detail::choose_label_box(detail::around_point(90, 18, 322, 258, 16), area, std::span(&first, 1));
-    EXPECT_FALSE(second.overlaps(first));
+    const auto first = detail::choose_label_box(detail::around_point(90, 18, 320, 256, 16), area, {});
+    const auto second =
+        detail::choose_label_box(detail::around_point(90, 18, 322, 258, 16), area, std::span(&*first, 1));
+    EXPECT_FALSE(second->overlaps(*first));
+}
+
+// Crowded labels never overlap each other; those without a place are told in the caption.
+TEST(LabelPlacement, CrowdedLabelsNeverOverlap) {
+    const std::vector<float> frame = gradient(60, 40);
+    PictureSpec request = frame_request(60, 40, frame.data());
+    for (int i = 0; i < 40; ++i)
+        request.points.push_back({20 + i % 8, 15 + i / 8, "P" + std::to_string(i) + " 20.0 \u00b0C"});
+    request.upscale = 4;
+    detail::SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
+    detail::CairoPtr cr(cairo_create(scratch.get()));
+    detail::Layout layout;
+    layout.factor = 4;
+    layout.margin = 16;
+    layout.image = {16, 16, 240, 160};
+    layout.marked = {0, 0, 272, 192};
+    const detail::LabelPlan plan = detail::plan_labels(cr.get(), request, layout);
+    EXPECT_EQ(plan.placed.size() + plan.unplaced.size(), 40u);
+    EXPECT_FALSE(plan.unplaced.empty());  // 40 labels do not fit in 272 x 192 pixels
+    for (std::size_t i = 0; i < plan.placed.size(); ++i) {
+        EXPECT_TRUE(plan.placed[i].box.inside(layout.marked));
+        for (std::size_t j = 0; j < i; ++j)
+            EXPECT_FALSE(plan.placed[i].box.overlaps(plan.placed[j].box)) << i << " " << j;
+    }
+    const Picture picture = render_picture(request);
+    EXPECT_GT(picture.height, 40 * 4 + 32);  // the caption strip holds the rest
+}
+
+// A crosshair on an edge pixel is drawn whole; pixels beyond a locked scale give the bar a cap.
+TEST(RenderPicture, EdgeCrosshairsStayInsideAndClippingShows) {
+    std::vector<float> frame = gradient(40, 30);
+    frame[0] = 500.0f;  // the hottest pixel, at the top-left corner
+    PictureSpec request = frame_request(40, 30, frame.data());
+    request.upscale = 4;
+    request.range = {0.0f, 140.0f};
+    request.crosshairs = {{0, 0, "500.0 \u00b0C", true}, {39, 29, "-1.0 \u00b0C", false}};
+    const Picture picture = render_picture(request);
+    EXPECT_EQ(picture.above, 1u);
+    EXPECT_EQ(picture.below, 0u);
+    ASSERT_GT(picture.image_x, 13);
+    const Decoded image = decode(picture);
+    const auto hot = [](Rgb c) { return c.r > 200 && c.g < 140 && c.b < 120; };
+    const auto cold = [](Rgb c) { return c.b > 200 && c.r < 140; };
+    int hot_left = 0, hot_above = 0, cold_right = 0;
+    const int cx = picture.image_x + 2, cy = picture.image_y + 2;  // the centre of pixel (0, 0)
+    for (int d = 4; d <= 12; ++d) {
+        hot_left += hot(image.pixel(cx - d, cy)) ? 1 : 0;  // the arms reach into the margin
+        hot_above += hot(image.pixel(cx, cy - d)) ? 1 : 0;
+        cold_right +=
+            cold(image.pixel(picture.image_x + 39 * 4 + 2 + d, picture.image_y + 29 * 4 + 2)) ? 1 : 0;
+    }
+    EXPECT_GT(hot_left, 3);
+    EXPECT_GT(hot_above, 3);
+    EXPECT_GT(cold_right, 3);
+    // The cap above the bar takes the palette's hot end.
+    const Rgb top = find_palette("ironbow")->at(1.0);
+    bool capped = false;
+    for (int x = picture.image_x + 160 + 16; x < picture.width && !capped; ++x)
+        for (int y = 25; y < 39 && !capped; ++y) capped = image.pixel(x, y) == top;  // above the bar
+    EXPECT_TRUE(capped);
 }
 
 }  // namespace

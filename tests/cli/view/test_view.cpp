@@ -91,7 +91,7 @@ TEST_F(ViewSession, FramesReachThePageAsTheLibrarysExactTemperatures) {
 
     view::SessionSettings settings;
     settings.camera = camera;
-    view::Session session(view::open_file_source({path("raw.tiff"), path("centi.tiff")}, std::nullopt),
+    view::Session session(view::open_file_source({path("raw.tiff"), path("centi.tiff")}, FrameInput{}),
                           settings);
     EXPECT_EQ(session.info()["source"]["count"], 2);
 
@@ -111,7 +111,7 @@ TEST_F(ViewSession, FramesReachThePageAsTheLibrarysExactTemperatures) {
             uint16_t v = 0;
             std::memcpy(&v, samples.data() + 2 * i, 2);
             const float shown = static_cast<float>(static_cast<double>(v) / e.divisor - 273.15);
-            ASSERT_EQ(shown, frame->celsius.celsius[i]) << e.unit << " " << i;
+            ASSERT_EQ(shown, frame->celsius.floats[i]) << e.unit << " " << i;
         }
     }
     EXPECT_EQ(decode(session.frame_message(*session.frame(0), {})).first["vtemp"], 7100);
@@ -132,14 +132,14 @@ TEST_F(ViewSession, ToolsAreMeasuredAndRefusedLikeMeasureDoesIt) {
     Frame k16 = raw_frame(16, 12, 7);
     k16.unit = Unit::kKelvin16;
     write_frames("k16.png", {k16});
-    view::Session session(view::open_file_source({path("k16.png")}, std::nullopt), {});
+    view::Session session(view::open_file_source({path("k16.png")}, FrameInput{}), {});
     const view::ShownFramePtr frame = session.frame(0);
     const view::ToolTexts tools{{"3,4"}, {"1,1,10,8"}, {"2,2,6,5"}};
     const std::vector<RegionResult> measured = session.measure(*frame, tools);
     ASSERT_EQ(measured.size(), 3u);
     temp_result_t rect{};
     ASSERT_EQ(get_rect_temp(k16.samples.data(), k16.resolution(), {2, 2}, {6, 5}, &rect), RADIMO_SUCCESS);
-    EXPECT_EQ(measured[2].result.avg_temp, rect.avg_temp);
+    EXPECT_EQ(measured[2].stats.trimmed.avg, rect.avg_temp);
     EXPECT_EQ(session.report(*frame, measured)["frames"][0]["measurements"][2]["label"], "R1");
     for (const view::ToolTexts &bad :
          {view::ToolTexts{{"16,0"}, {}, {}}, view::ToolTexts{{}, {"1,1,1,1"}, {}},
