@@ -269,6 +269,41 @@ void nuc_rebuild(benchmark::State &state, int variant) {
     finish(state, 1);
 }
 
+// ---------------------------------------------------------------------------
+// Region statistics: a polygon and an ellipse covering the frame; exact
+// percentiles through the count table.
+// ---------------------------------------------------------------------------
+void region(benchmark::State &state, Size s, int kind) {
+    const auto f = scene_frame(s, 4690, 320);
+    const double w = s.w, h = s.h;
+    const double corners[] = {-0.5, -0.5, w, -0.5, w, h, -0.5, h};
+    radimo_region_t r{};
+    r.shape = kind == 1 ? RADIMO_REGION_ELLIPSE : RADIMO_REGION_POLYGON;
+    r.vertices = corners;
+    r.vertex_count = 4;
+    r.cx = w / 2, r.cy = h / 2, r.rx = w / 2, r.ry = h / 2;
+    std::vector<uint32_t> counts(65536);
+    size_t pixels = s.pixels();
+    for (auto _ : state) {
+        if (kind == 2) {
+            std::fill(counts.begin(), counts.end(), 0u);
+            radimo_region_counts(f.data(), s.resolution(), &r, RADIMO_SAMPLE_PIXEL, 0, s.h, counts.data());
+            double p[3];
+            radimo_counts_percentile(counts.data(), 5, &p[0]);
+            radimo_counts_percentile(counts.data(), 50, &p[1]);
+            radimo_counts_percentile(counts.data(), 95, &p[2]);
+            benchmark::DoNotOptimize(p);
+        } else {
+            radimo_region_stats_t st;
+            radimo_region_stats(f.data(), s.resolution(), &r,
+                                kind == 3 ? RADIMO_SAMPLE_MEAN3 : RADIMO_SAMPLE_PIXEL, 0, s.h, &st);
+            pixels = st.count;
+            benchmark::DoNotOptimize(st);
+        }
+    }
+    finish(state, pixels);
+}
+
 void register_all() {
     using benchmark::RegisterBenchmark;
     const char *variants[] = {"fast", "literal", "today", "flat", "lookup"};
@@ -278,6 +313,10 @@ void register_all() {
         for (int v : {0, 1})
             RegisterBenchmark(("rect/" + std::string(variants[v]) + "/" + n).c_str(), rect, s, v);
         RegisterBenchmark(("frame_stats/fast/" + n).c_str(), rect, s, 2);
+        RegisterBenchmark(("region_polygon/fast/" + n).c_str(), region, s, 0);
+        RegisterBenchmark(("region_ellipse/fast/" + n).c_str(), region, s, 1);
+        RegisterBenchmark(("region_percentiles/fast/" + n).c_str(), region, s, 2);
+        RegisterBenchmark(("region_polygon_mean3/fast/" + n).c_str(), region, s, 3);
         for (int v : {0, 1})
             RegisterBenchmark(("point_means/" + std::string(variants[v]) + "/" + n).c_str(), point_means, s,
                               v);

@@ -11,7 +11,7 @@ with the time it was on the canvas. Printed: frames fed and shown, the shown
 rate, the pipe-to-screen latency (median, 95th percentile, max), the server's
 CPU time as a share of one core (from /proc), and the page's times for a hover
 readout and for a dragged box's statistics (request to answer, over 60 drag
-steps). Nothing here is a pass/fail test: the figures go to docs/performance.md.
+steps). Nothing here is a pass/fail test: the figures go to docs/view.md.
 """
 import argparse
 import os

@@ -57,6 +57,7 @@ int run(int argc, char **argv) {
     add_render_command(program, commands);
     add_table_command(program, commands);
     add_recal_command(program, commands);
+    add_diff_command(program, commands);
 #ifdef RADIMO_HAVE_VIEW
     add_view_command(program, commands);
 #endif

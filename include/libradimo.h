@@ -3051,6 +3051,223 @@ RADIMO_API int radimo_frame_stats(const uint16_t *frame, uint32_t resolution, po
  */
 RADIMO_API int radimo_frame_stats_merge(radimo_frame_stats_t *first, const radimo_frame_stats_t *later);
 
+/* ------------------------------------------------------------------------- */
+/* Region statistics: this library's own extensions (prefix radimo_)          */
+/* ------------------------------------------------------------------------- */
+/*
+ * A region is a set of pixels of a frame: a rectangle, an ellipse, a polygon
+ * or a caller's mask. Pixel (column c, row r) has its centre at the
+ * coordinates (c, r); a shape holds the pixels whose centres it contains, and
+ * only the pixels inside the frame count (a region may reach beyond the frame).
+ *
+ * - Rectangle: columns origin.x .. origin.x + size.w - 1, rows origin.y ..
+ *   origin.y + size.h - 1; size.w and size.h at least 1.
+ * - Ellipse: the centres with ((c - cx) / rx)^2 + ((r - cy) / ry)^2 <= 1,
+ *   evaluated in double precision; rx and ry greater than 0. A one-pixel
+ *   region is an ellipse of radii 0.5 around the pixel's centre.
+ * - Polygon: the vertices in order, closed from the last back to the first.
+ *   A centre is inside when a ray from it towards +x crosses the edges an odd
+ *   number of times (the even-odd rule: where a self-intersecting polygon
+ *   overlaps itself twice, the overlap is outside). An edge counts for rows r
+ *   with (y0 > r) != (y1 > r) and crosses at x0 + (r - y0) * (x1 - x0) /
+ *   (y1 - y0); a centre exactly on the crossing is outside that edge's ray.
+ *   So a centre on a left or top edge is inside and one on a right or bottom
+ *   edge is not: the polygon with corners (0, 0), (4, 0), (4, 3), (0, 3) holds
+ *   the 4 x 3 pixels of columns 0..3 and rows 0..2, and polygons that tile the
+ *   plane share no pixel. 3 .. RADIMO_REGION_MAX_VERTICES vertices.
+ * - Mask: width x height bytes in the frame's layout; a non-zero byte puts
+ *   its pixel inside.
+ *
+ * Every coordinate (rectangle corners, ellipse centre and radii, vertices)
+ * must be finite and within +-RADIMO_REGION_COORD_LIMIT. A region with no
+ * pixel inside the frame is refused, so a statistic never divides by zero.
+ *
+ * Sampling: RADIMO_SAMPLE_PIXEL takes each pixel's own value (the true
+ * extremes); RADIMO_SAMPLE_MEAN3 takes the 3x3 trimmed mean at each pixel,
+ * the value get_point_temp gives there (the neighbours come from the whole
+ * frame, beyond the region and the row band).
+ *
+ * Statistics scan the region's pixels in row-major order; on ties the last
+ * position wins, as in get_rect_temp. radimo_region_stats and
+ * radimo_region_counts work on the band of rows first_row .. first_row +
+ * row_count - 1 (row_count 0 does nothing): a host splits a frame into bands,
+ * runs them on its own threads and merges the results in band order
+ * (radimo_region_stats_merge; adding the count tables). The library starts no
+ * threads and keeps no state; calls on distinct outputs may run concurrently.
+ *
+ * Refusals return RADIMO_ERR_PARAM (-1100), log one error line and write
+ * nothing: "data is NULL", "resolution is invalid" (both halves 1 .. 32767),
+ * "row range is invalid", "region shape is invalid", "region coordinates are
+ * invalid" (NaN, infinite or beyond the limit), "region size is invalid"
+ * (rectangle side or radius not positive), "region vertex count is invalid",
+ * "region has no pixel inside the frame", "sampling is invalid", and the
+ * checks named with each function.
+ */
+
+/** Region shapes (radimo_region_t.shape). */
+enum {
+    RADIMO_REGION_RECT = 1,    /**< origin and size */
+    RADIMO_REGION_ELLIPSE = 2, /**< cx, cy, rx, ry */
+    RADIMO_REGION_POLYGON = 3, /**< vertices, vertex_count */
+    RADIMO_REGION_MASK = 4     /**< mask */
+};
+
+/** Sampling of the region's pixels (the sampling argument). */
+enum {
+    RADIMO_SAMPLE_PIXEL = 0, /**< each pixel's own value */
+    RADIMO_SAMPLE_MEAN3 = 1  /**< the 3x3 trimmed mean at each pixel, as get_point_temp */
+};
+
+/** Largest number of polygon vertices. */
+#define RADIMO_REGION_MAX_VERTICES 65536u
+/** Largest magnitude of a region coordinate, in pixels. */
+#define RADIMO_REGION_COORD_LIMIT 1048576.0
+
+/** A region of a frame; only the fields of its shape are read. Pointers are caller-owned, read only during
+ * the call. */
+typedef struct radimo_region_t {
+    uint32_t shape;         /**< RADIMO_REGION_RECT, _ELLIPSE, _POLYGON or _MASK */
+    point_t origin;         /**< rectangle: top-left pixel (column, row); may lie outside the frame */
+    rect_size_t size;       /**< rectangle: width and height in pixels, each at least 1 */
+    double cx;              /**< ellipse: centre column (pixel coordinates) */
+    double cy;              /**< ellipse: centre row */
+    double rx;              /**< ellipse: radius along the rows (x), pixels, > 0 */
+    double ry;              /**< ellipse: radius along the columns (y), pixels, > 0 */
+    const double *vertices; /**< polygon: x0, y0, x1, y1, ... in pixel coordinates (2 * vertex_count) */
+    uint32_t vertex_count;  /**< polygon: 3 .. RADIMO_REGION_MAX_VERTICES */
+    const uint8_t *mask;    /**< mask: width * height bytes, row-major; non-zero = inside */
+} radimo_region_t;
+
+/** Statistics of a region's samples. A band without region pixels gives count 0, max 0, min 65535,
+ * positions (-1, -1), mean and stddev 0. */
+typedef struct radimo_region_stats_t {
+    uint16_t max;         /**< largest sample, frame units */
+    uint16_t min;         /**< smallest sample, frame units */
+    point_t max_point;    /**< last position of max in row-major order */
+    point_t min_point;    /**< last position of min in row-major order */
+    uint64_t count;       /**< number of samples (pixels of the region in the band) */
+    uint64_t sum;         /**< sum of the samples; 64-bit, never wraps */
+    uint64_t sum_squares; /**< sum of the squared samples; never wraps (at most 2^30 samples per frame) */
+    double mean;          /**< sum / count, frame units */
+    double stddev;        /**< population standard deviation, sqrt((count * sum_squares - sum^2) / count^2),
+                               the numerator exact in integers */
+} radimo_region_stats_t;
+
+/** Finds the rows and columns a region covers inside the frame, and checks it as every region function does.
+ * @param resolution width | height << 16, each 1 .. 32767.
+ * @param region the region (caller-owned, read only).
+ * @param[out] origin top-left pixel of the smallest rectangle holding every region pixel inside the frame.
+ * @param[out] size its width and height (at least 1 each).
+ * @param[out] count number of region pixels inside the frame; may be NULL.
+ * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM after the refusals above (nothing written).
+ * Works on a heap block of 8 bytes per polygon vertex (RADIMO_ERR_ALLOC if it cannot be had). Reentrant. */
+RADIMO_API int radimo_region_bounds(uint32_t resolution, const radimo_region_t *region, point_t *origin,
+                                    rect_size_t *size, uint64_t *count);
+
+/** Statistics of the region's samples in a band of rows.
+ * @param frame width * height samples (any unit; 1/16 K for temperatures), read only.
+ * @param resolution width | height << 16, each 1 .. 32767.
+ * @param region the region; it must have a pixel inside the whole frame (not only the band).
+ * @param sampling RADIMO_SAMPLE_PIXEL or RADIMO_SAMPLE_MEAN3.
+ * @param first_row, row_count the band of rows (first_row + row_count <= height).
+ * @param[out] stats the statistics of the region pixels in the band (count 0 when it holds none).
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM after a refusal; RADIMO_ERR_ALLOC when the polygon's working block
+ * (8 bytes per vertex, freed before return) cannot be had. Nothing is written on failure. Reentrant. */
+RADIMO_API int radimo_region_stats(const uint16_t *frame, uint32_t resolution, const radimo_region_t *region,
+                                   uint32_t sampling, uint32_t first_row, uint32_t row_count,
+                                   radimo_region_stats_t *stats);
+
+/** Adds the statistics of a later band (in row order) to first: ties take the later positions, as in one
+ * scan; mean and stddev are recomputed. The result equals the statistics of both bands measured at once.
+ * @param[in,out] first the statistics of the earlier band; updated only on success.
+ * @param later the statistics of the later band; only read.
+ * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM ("data is NULL") with first untouched. Reentrant on distinct
+ * records. */
+RADIMO_API int radimo_region_stats_merge(radimo_region_stats_t *first, const radimo_region_stats_t *later);
+
+/** Counts the region's samples in a band of rows by value: counts[v] += number of samples equal to v. The
+ * exact distribution, from which radimo_counts_percentile, radimo_counts_histogram and
+ * radimo_counts_threshold derive percentiles, histograms and isotherm areas. Bands merge by adding (or by
+ * counting into the same table one after the other).
+ * @param frame width * height samples, read only.
+ * @param resolution width | height << 16, each 1 .. 32767.
+ * @param region the region; it must have a pixel inside the whole frame.
+ * @param sampling RADIMO_SAMPLE_PIXEL or RADIMO_SAMPLE_MEAN3.
+ * @param first_row, row_count the band of rows (first_row + row_count <= height).
+ * @param[in,out] counts 65536 entries, caller-owned and initialised by the caller (zero it before the first
+ * band); the caller keeps each entry's total below 2^32 (one frame holds at most 2^30 pixels).
+ * @return as radimo_region_stats; on failure counts is untouched. Reentrant on distinct tables. */
+RADIMO_API int radimo_region_counts(const uint16_t *frame, uint32_t resolution, const radimo_region_t *region,
+                                    uint32_t sampling, uint32_t first_row, uint32_t row_count,
+                                    uint32_t *counts);
+
+/** The percent-th percentile of the counted samples, by linear interpolation between the two nearest ranks
+ * (numpy.percentile's default): with the n samples in ascending order s[0..n-1], i = (n - 1) * percent /
+ * 100, the result is s[floor(i)] moved towards s[floor(i) + 1] by the fraction of i. 0 gives the minimum,
+ * 50 the median, 100 the maximum.
+ * @param counts 65536 entries from radimo_region_counts.
+ * @param percent 0 .. 100.
+ * @param[out] value the percentile, frame units.
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM: "data is NULL", "percent is invalid" (NaN or outside 0 .. 100),
+ * "counts are empty" (no sample). Reentrant. */
+RADIMO_API int radimo_counts_percentile(const uint32_t *counts, double percent, double *value);
+
+/** Histogram of the counted samples into the caller's bins: bins[i] = number of samples v with edges[i] <= v
+ * < edges[i + 1]; the last bin also holds v == edges[bin_count] (numpy.histogram's rule). Samples outside
+ * edges[0] .. edges[bin_count] are not counted.
+ * @param counts 65536 entries from radimo_region_counts.
+ * @param edges bin_count + 1 finite, strictly increasing edges in frame units.
+ * @param bin_count 1 .. 65536.
+ * @param[out] bins bin_count entries, overwritten.
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM: "data is NULL", "bin count is invalid", "bin edges are invalid"
+ * (nothing written). Reentrant. */
+RADIMO_API int radimo_counts_histogram(const uint32_t *counts, const double *edges, uint32_t bin_count,
+                                       uint64_t *bins);
+
+/** Isotherm areas: the number of counted samples above threshold.high and below threshold.low, by the
+ * comparisons of point_over_threshold_alarm (a sample equal to a threshold is within).
+ * @param counts 65536 entries from radimo_region_counts.
+ * @param threshold the pair, high >= low, frame units.
+ * @param[out] above, below the two pixel counts.
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM: "data is NULL", "threshold is invalid" (high < low). Reentrant.
+ */
+RADIMO_API int radimo_counts_threshold(const uint32_t *counts, threshold_t threshold, uint64_t *above,
+                                       uint64_t *below);
+
+/** Statistics of a region's object temperatures under its own scene. */
+typedef struct radimo_region_object_stats_t {
+    float max;         /**< highest object temperature, degC */
+    float min;         /**< lowest object temperature, degC */
+    point_t max_point; /**< last position of max in row-major order */
+    point_t min_point; /**< last position of min in row-major order */
+    uint64_t count;    /**< number of samples */
+    double mean;       /**< mean object temperature, degC */
+    double stddev;     /**< population standard deviation, K */
+} radimo_region_object_stats_t;
+
+/** The region's statistics as object temperatures under the region's own scene: each sample (1/16 K) is
+ * corrected as radimo_frame_scene_correct corrects it (the enhanced-distance correction; each distinct value
+ * once), then the statistics are taken over the corrected values of the whole region. mean and stddev are
+ * sums over the distinct values (in value order), so they do not depend on how the frame is laid out.
+ * @param scene emissivity, distance, humidity, ambient and reflected temperature of the region (checked as
+ * radimo_frame_scene_correct checks them).
+ * @param correct_table the correction table, as for radimo_frame_scene_correct.
+ * @param frame 1/16 K temperatures, width * height.
+ * @param resolution, region, sampling as radimo_region_stats (the whole frame: no band).
+ * @param percents percent_count values 0 .. 100 (NULL when percent_count is 0).
+ * @param percent_count number of percentiles asked, 0 or more.
+ * @param[out] percentiles percent_count object temperatures, degC, by radimo_counts_percentile's rule over
+ * the corrected values (NULL when percent_count is 0).
+ * @param[out] stats the statistics.
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM after a refusal (also "percent is invalid"); a failing correction
+ * returns its code after its lines; RADIMO_ERR_ALLOC when the working block (about 1 MB, freed before
+ * return) cannot be had. Nothing is written on failure. Reentrant. */
+RADIMO_API int radimo_region_object_stats(const env_correct_param_t *scene, const uint16_t *correct_table,
+                                          const uint16_t *frame, uint32_t resolution,
+                                          const radimo_region_t *region, uint32_t sampling,
+                                          const double *percents, uint32_t percent_count, double *percentiles,
+                                          radimo_region_object_stats_t *stats);
+
 #ifdef __cplusplus
 }
 #endif

@@ -20,6 +20,7 @@ void add_measure_command(CLI::App &program, Commands &commands);
 void add_render_command(CLI::App &program, Commands &commands);
 void add_table_command(CLI::App &program, Commands &commands);
 void add_recal_command(CLI::App &program, Commands &commands);
+void add_diff_command(CLI::App &program, Commands &commands);
 // Built with cpp-httplib only (RADIMO_HAVE_VIEW).
 void add_view_command(CLI::App &program, Commands &commands);
 

@@ -1,7 +1,10 @@
 // radimo view: the frames in a browser, recorded or live, with hover temperatures and tools.
 #include <httplib.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -172,6 +175,16 @@ void run_view(const ViewOptions &o) {
     // A browser keeps up to six connections to a server, each held by a thread while it is open:
     // enough threads for two pages and the downloads beside them.
     http.new_task_queue = [] { return new httplib::ThreadPool(view::kThreads); };
+    // Set before binding, on the listening socket, whose connections inherit them. A response
+    // leaves in two writes (head, body): without TCP_NODELAY a kept-alive connection waits about
+    // 40 ms for a delayed ACK on every answer. SO_REUSEADDR lets a restarted viewer take its port
+    // again; unlike the library's default SO_REUSEPORT, a second program cannot listen on the same
+    // port beside this one and take some of its connections.
+    http.set_socket_options([](socket_t sock) {
+        const int on = 1;
+        setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    });
     const int bound = port == 0 ? http.bind_to_any_port(host) : (http.bind_to_port(host, port) ? port : -1);
     if (bound < 0)
         fail_io("cannot listen on " + host + ":" + std::to_string(port) +

@@ -85,6 +85,13 @@ std::string measurement_row(const MeasuredFrame &frame, const RegionResult &m) {
     return std::string(row, static_cast<std::size_t>(std::max(n, 0))) + region_text(frame, m, kRowIndent);
 }
 
+std::string shape_row(const MeasuredFrame &frame, const ShapeRegion &region, const ShapeResult &m) {
+    char row[128];
+    const std::string where = std::string(region.shape_name()) + " " + region.describe();
+    const int n = std::snprintf(row, sizeof row, "%-4s %-28s ", m.label.c_str(), where.c_str());
+    return std::string(row, static_cast<std::size_t>(std::max(n, 0))) + shape_text(frame, m, kRowIndent);
+}
+
 std::string records_csv(const std::vector<ordered_json> &records) {
     std::vector<std::vector<std::pair<std::string, const ordered_json *>>> rows(records.size());
     std::vector<std::string> columns;

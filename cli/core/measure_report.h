@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/conversion.h"
+#include "core/shape_regions.h"
 #include "core/statistics.h"
 
 namespace radimo::cli {
@@ -28,6 +29,8 @@ nlohmann::ordered_json measured_frame_json(std::size_t index, const FrameConvert
 // "R1   rect  (2,2) 6x5      3x3 trimmed: max ...", two lines for lines and rectangles, without a
 // final newline.
 std::string measurement_row(const MeasuredFrame &frame, const RegionResult &m);
+// The same for a region of any shape: "G1   polygon 4 vertices           3x3 trimmed: ...".
+std::string shape_row(const MeasuredFrame &frame, const ShapeRegion &region, const ShapeResult &m);
 
 // A table of JSON records as CSV: a header row of every field (nested objects joined with '.',
 // arrays with their index), in order of first appearance, then one row per record; fields a record

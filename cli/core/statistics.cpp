@@ -135,11 +135,40 @@ bool coarse_grid(const MeasuredFrame &frame) {
     return is_float_unit(frame.unit) && frame.scale.per_kelvin < 100;
 }
 
-RegionStatistics region_statistics(const MeasuredFrame &f, const Region &r) {
+namespace {
+
+void check_measurable(const MeasuredFrame &f) {
     if (f.width > kMaxMeasuredSide || f.height > kMaxMeasuredSide)
         fail_usage("a " + std::to_string(f.width) + "x" + std::to_string(f.height) +
                    " frame cannot be measured: the measurement rule takes frames of at most " +
                    std::to_string(kMaxMeasuredSide) + " pixels a side");
+}
+
+radimo_region_stats_t library_region_stats(const MeasuredFrame &f, const radimo_region_t &region,
+                                           uint32_t sampling) {
+    check_measurable(f);
+    radimo_region_stats_t s{};
+    check_library(radimo_region_stats(f.values.data(), f.resolution(), &region, sampling, 0,
+                                      static_cast<uint32_t>(f.height), &s),
+                  "radimo_region_stats");
+    return s;
+}
+
+}  // namespace
+
+PixelStatistics pixel_statistics(const MeasuredFrame &f, const radimo_region_t &region) {
+    const radimo_region_stats_t s = library_region_stats(f, region, RADIMO_SAMPLE_PIXEL);
+    return {{s.max, s.max_point}, {s.min, s.min_point}, s.count, s.mean, s.stddev};
+}
+
+TrimmedStatistics trimmed_statistics(const MeasuredFrame &f, const radimo_region_t &region) {
+    const radimo_region_stats_t s = library_region_stats(f, region, RADIMO_SAMPLE_MEAN3);
+    const uint64_t avg = s.count == 0 ? 0 : (s.sum + s.count / 2) / s.count;
+    return {{s.max, s.max_point}, {s.min, s.min_point}, static_cast<uint16_t>(avg)};
+}
+
+RegionStatistics region_statistics(const MeasuredFrame &f, const Region &r) {
+    check_measurable(f);
     const uint16_t *data = f.values.data();
     const uint32_t resolution = f.resolution();
     RegionStatistics s;
@@ -164,9 +193,12 @@ RegionStatistics region_statistics(const MeasuredFrame &f, const Region &r) {
             check_library(radimo_frame_stats(data, resolution, r.a, {r.b.x, r.b.y}, &t),
                           "radimo_frame_stats");
             s.trimmed = {{t.max, t.max_point}, {t.min, t.min_point}, t.avg};
-            for (int y = r.a.y; y < r.a.y + r.b.y; ++y)
-                for (int x = r.a.x; x < r.a.x + r.b.x; ++x) pixels.add(f, x, y);
-            break;
+            radimo_region_t rect{};
+            rect.shape = RADIMO_REGION_RECT;
+            rect.origin = r.a;
+            rect.size = {r.b.x, r.b.y};
+            s.pixels = pixel_statistics(f, rect);
+            return s;
         }
     }
     s.pixels = pixels.result();
@@ -225,48 +257,75 @@ std::string celsius_text(const MeasuredFrame &frame, double value) {
     return text;
 }
 
+namespace {
+
+std::string at_text(point_t p) {
+    return "(" + std::to_string(p.x) + "," + std::to_string(p.y) + ")";
+}
+
+}  // namespace
+
+std::string trimmed_text(const MeasuredFrame &f, const TrimmedStatistics &t, const char *rule) {
+    return std::string(rule) + ": max " + celsius_text(f, t.max.value) + " at " + at_text(t.max.at) +
+           "  min " + celsius_text(f, t.min.value) + " at " + at_text(t.min.at) + "  avg " +
+           celsius_text(f, t.avg);
+}
+
+std::string pixels_text(const MeasuredFrame &f, const PixelStatistics &p) {
+    char spread[32];
+    std::snprintf(spread, sizeof spread, "%.*f K", celsius_decimals(f), p.stddev / f.scale.per_kelvin);
+    return "pixels (" + std::to_string(p.count) + "): hottest " + celsius_text(f, p.hottest.value) + " at " +
+           at_text(p.hottest.at) + "  coldest " + celsius_text(f, p.coldest.value) + " at " +
+           at_text(p.coldest.at) + "  mean " + celsius_text(f, p.mean) + "  sd " + spread;
+}
+
 std::string region_text(const MeasuredFrame &f, const RegionResult &m, int indent) {
     const Region &r = m.region;
     const RegionStatistics &s = m.stats;
-    const auto at = [](point_t p) { return "(" + std::to_string(p.x) + "," + std::to_string(p.y) + ")"; };
     std::string text;
     if (r.kind == Region::Kind::kPoint) {
         text = "3x3 trimmed mean " + celsius_text(f, s.trimmed.avg) + "   pixel " +
                celsius_text(f, s.pixels.hottest.value);
     } else {
-        const char *rule = r.kind == Region::Kind::kLine ? "5-sample trimmed" : "3x3 trimmed";
-        char spread[32];
-        std::snprintf(spread, sizeof spread, "%.*f K", celsius_decimals(f),
-                      s.pixels.stddev / f.scale.per_kelvin);
-        text = std::string(rule) + ": max " + celsius_text(f, s.trimmed.max.value) + " at " +
-               at(s.trimmed.max.at) + "  min " + celsius_text(f, s.trimmed.min.value) + " at " +
-               at(s.trimmed.min.at) + "  avg " + celsius_text(f, s.trimmed.avg) + "\n" +
-               std::string(static_cast<std::size_t>(indent), ' ') + "pixels (" +
-               std::to_string(s.pixels.count) + "): hottest " + celsius_text(f, s.pixels.hottest.value) +
-               " at " + at(s.pixels.hottest.at) + "  coldest " + celsius_text(f, s.pixels.coldest.value) +
-               " at " + at(s.pixels.coldest.at) + "  mean " + celsius_text(f, s.pixels.mean) + "  sd " +
-               spread;
+        text =
+            trimmed_text(f, s.trimmed, r.kind == Region::Kind::kLine ? "5-sample trimmed" : "3x3 trimmed") +
+            "\n" + std::string(static_cast<std::size_t>(indent), ' ') + pixels_text(f, s.pixels);
     }
     if (m.alarm) text += std::string("  alarm ") + alarm_name(*m.alarm);
     return text;
 }
 
+nlohmann::ordered_json reading_json(const MeasuredFrame &f, double value, const point_t *at) {
+    // A value in the frame's unit (counts are whole; grid values and means are not) and in degC.
+    const bool whole = !is_float_unit(f.unit) && value == std::floor(value);
+    nlohmann::ordered_json j = {{"value", whole ? nlohmann::ordered_json(static_cast<uint64_t>(value))
+                                                : rounded(f.in_unit(value), 6)},
+                                {"celsius", rounded(f.scale.celsius(value), celsius_decimals(f) + 2)}};
+    if (at != nullptr) {
+        j["x"] = at->x;
+        j["y"] = at->y;
+    }
+    return j;
+}
+
+nlohmann::ordered_json trimmed_json(const MeasuredFrame &f, const TrimmedStatistics &t, const char *rule) {
+    return {{"rule", rule},
+            {"max", reading_json(f, t.max.value, &t.max.at)},
+            {"min", reading_json(f, t.min.value, &t.min.at)},
+            {"avg", reading_json(f, t.avg, nullptr)}};
+}
+
+nlohmann::ordered_json pixels_json(const MeasuredFrame &f, const PixelStatistics &p) {
+    return {{"count", p.count},
+            {"hottest", reading_json(f, p.hottest.value, &p.hottest.at)},
+            {"coldest", reading_json(f, p.coldest.value, &p.coldest.at)},
+            {"mean", reading_json(f, p.mean, nullptr)},
+            {"stddev_k", rounded(p.stddev / f.scale.per_kelvin, celsius_decimals(f) + 2)}};
+}
+
 nlohmann::ordered_json region_json(const MeasuredFrame &f, const RegionResult &m) {
     const Region &r = m.region;
     const RegionStatistics &s = m.stats;
-    const int decimals = celsius_decimals(f) + 2;
-    // A value in the frame's unit (counts are whole; grid values and means are not) and in degC.
-    const auto reading = [&](double value, const point_t *at) {
-        const bool whole = !is_float_unit(f.unit) && value == std::floor(value);
-        nlohmann::ordered_json j = {{"value", whole ? nlohmann::ordered_json(static_cast<uint64_t>(value))
-                                                    : rounded(f.in_unit(value), 6)},
-                                    {"celsius", rounded(f.scale.celsius(value), decimals)}};
-        if (at != nullptr) {
-            j["x"] = at->x;
-            j["y"] = at->y;
-        }
-        return j;
-    };
     nlohmann::ordered_json j = {{"label", r.label}, {"kind", kind_name(r.kind)}};
     switch (r.kind) {
         case Region::Kind::kPoint:
@@ -281,23 +340,14 @@ nlohmann::ordered_json region_json(const MeasuredFrame &f, const RegionResult &m
     }
     j["unit"] = unit_name(f.unit);
     j["unit_source"] = unit_source_key(f.unit_source);
-    nlohmann::ordered_json trimmed;
     if (r.kind == Region::Kind::kPoint) {
-        trimmed["rule"] = "3x3 trimmed mean";
-        trimmed["value"] = reading(s.trimmed.avg, nullptr);
+        j["trimmed"] = {{"rule", "3x3 trimmed mean"}, {"value", reading_json(f, s.trimmed.avg, nullptr)}};
     } else {
-        trimmed["rule"] =
-            r.kind == Region::Kind::kLine ? "5-sample trimmed means along the line" : "3x3 trimmed means";
-        trimmed["max"] = reading(s.trimmed.max.value, &s.trimmed.max.at);
-        trimmed["min"] = reading(s.trimmed.min.value, &s.trimmed.min.at);
-        trimmed["avg"] = reading(s.trimmed.avg, nullptr);
+        j["trimmed"] = trimmed_json(
+            f, s.trimmed,
+            r.kind == Region::Kind::kLine ? "5-sample trimmed means along the line" : "3x3 trimmed means");
     }
-    j["trimmed"] = trimmed;
-    j["pixels"] = {{"count", s.pixels.count},
-                   {"hottest", reading(s.pixels.hottest.value, &s.pixels.hottest.at)},
-                   {"coldest", reading(s.pixels.coldest.value, &s.pixels.coldest.at)},
-                   {"mean", reading(s.pixels.mean, nullptr)},
-                   {"stddev_k", rounded(s.pixels.stddev / f.scale.per_kelvin, decimals)}};
+    j["pixels"] = pixels_json(f, s.pixels);
     if (m.alarm) j["alarm"] = alarm_name(*m.alarm);
     return j;
 }

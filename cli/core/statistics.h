@@ -89,6 +89,15 @@ struct RegionStatistics {
 // usage error. The region must lie inside the frame (check_inside()).
 RegionStatistics region_statistics(const MeasuredFrame &frame, const Region &region);
 
+// The same two sets of numbers for a region of any shape (rectangle,
+// ellipse, polygon or mask; the library's radimo_region_t), through the
+// library's region statistics: the pixels themselves, and the 3x3 trimmed
+// means at the region's pixels (their average (sum + n / 2) / n, as a
+// rectangle's). A region without a pixel in the frame is refused by the
+// library (thrown, as check_library throws).
+PixelStatistics pixel_statistics(const MeasuredFrame &frame, const radimo_region_t &region);
+TrimmedStatistics trimmed_statistics(const MeasuredFrame &frame, const radimo_region_t &region);
+
 // Alarm thresholds in degC (HIGH,LOW of --alarm).
 struct AlarmThresholds {
     double high = 0;
@@ -127,5 +136,15 @@ std::string region_text(const MeasuredFrame &frame, const RegionResult &result, 
 // One region as a JSON record: label, kind, geometry, unit and its source,
 // "trimmed" (with its rule), "pixels", and the alarm when one was asked.
 nlohmann::ordered_json region_json(const MeasuredFrame &frame, const RegionResult &result);
+// The pieces of a record: one value {"value" in the frame's unit, "celsius", "x", "y" when `at` is
+// given}, a region's "trimmed" statistics under `rule` and its "pixels".
+nlohmann::ordered_json reading_json(const MeasuredFrame &frame, double value, const point_t *at);
+nlohmann::ordered_json trimmed_json(const MeasuredFrame &frame, const TrimmedStatistics &trimmed,
+                                    const char *rule);
+nlohmann::ordered_json pixels_json(const MeasuredFrame &frame, const PixelStatistics &pixels);
+// "pixels (12): hottest 65.48 °C at (3,4)  coldest ...  mean ...  sd 0.51 K".
+std::string pixels_text(const MeasuredFrame &frame, const PixelStatistics &pixels);
+// "3x3 trimmed: max 65.48 °C at (3,4)  min ... at ...  avg ...".
+std::string trimmed_text(const MeasuredFrame &frame, const TrimmedStatistics &trimmed, const char *rule);
 
 }  // namespace radimo::cli

@@ -180,6 +180,7 @@ double row_roughness(const std::vector<uint16_t> &v, std::size_t width) {
 }  // namespace
 
 void Warnings::add(const std::string &key, const std::string &message) {
+    std::lock_guard lock(mutex_);
     for (Entry &e : entries_)
         if (e.key == key) {
             ++e.count;
@@ -188,16 +189,30 @@ void Warnings::add(const std::string &key, const std::string &message) {
     entries_.push_back({key, message, 1});
 }
 
+bool Warnings::empty() const {
+    std::lock_guard lock(mutex_);
+    return entries_.empty();
+}
+
+void Warnings::clear() {
+    std::lock_guard lock(mutex_);
+    entries_.clear();
+}
+
 std::vector<std::string> Warnings::lines() const {
+    std::lock_guard lock(mutex_);
     std::vector<std::string> out;
-    for (const Entry &e : entries_)
-        out.push_back(e.count > 1 ? e.message + " (" + std::to_string(e.count) + " frames)" : e.message);
+    for (const Entry &e : entries_) out.push_back(e.line());
     return out;
 }
 
 void Warnings::print(std::FILE *out) {
-    for (const std::string &line : lines()) std::fprintf(out, "radimo: warning: %s\n", line.c_str());
-    clear();
+    std::vector<Entry> printed;
+    {
+        std::lock_guard lock(mutex_);
+        printed.swap(entries_);
+    }
+    for (const Entry &e : printed) std::fprintf(out, "radimo: warning: %s\n", e.line().c_str());
 }
 
 Warnings &warnings() {

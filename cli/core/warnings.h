@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,24 +26,29 @@
 
 namespace radimo::cli {
 
+// Safe to use from several threads (radimo view converts frames in its request threads).
 class Warnings {
 public:
     // Adds a warning; a later one with the same key only counts (its text is the first one's).
     void add(const std::string &key, const std::string &message);
-    bool empty() const { return entries_.empty(); }
+    bool empty() const;
     // The lines, each with the number of times it held when more than once.
     std::vector<std::string> lines() const;
     nlohmann::json json() const { return lines(); }
     // Prints every line to `out` as "radimo: warning: ..." and forgets them.
     void print(std::FILE *out);
-    void clear() { entries_.clear(); }
+    void clear();
 
 private:
     struct Entry {
         std::string key;
         std::string message;
         std::size_t count;
+        std::string line() const {
+            return count > 1 ? message + " (" + std::to_string(count) + " frames)" : message;
+        }
     };
+    mutable std::mutex mutex_;
     std::vector<Entry> entries_;
 };
 

@@ -58,6 +58,9 @@ inline constexpr Colour mark_colour{1, 1, 1};
 
 void set_colour(cairo_t *cr, Colour c);
 
+// The surface as PNG bytes; throws std::runtime_error when Cairo cannot encode it.
+std::vector<unsigned char> png_bytes(cairo_surface_t *surface);
+
 // Text in DejaVu Sans with fixed, hinting-free metrics so the picture is the same everywhere.
 void set_font(cairo_t *cr, double size, bool bold = false);
 double text_width(cairo_t *cr, std::string_view text);
@@ -99,7 +102,16 @@ LabelPlan plan_labels(cairo_t *cr, const PictureSpec &request, const Layout &lay
 void draw_labels(cairo_t *cr, const LabelPlan &plan, const Layout &layout);
 
 // The panel width the colour bar needs for these tick and end labels.
-double colour_bar_width(cairo_t *cr, float lo, float hi, double ui);
+double colour_bar_width(cairo_t *cr, float lo, float hi, double ui, const std::string &unit);
+// Where the bar itself lies in the panel.
+struct BarGeometry {
+    double left, top, width, height;
+};
+BarGeometry bar_geometry(const Layout &layout);
+// The width the histogram strip adds to the panel, and the strip at the panel's right side: the
+// share of the frame's pixels in each temperature band of the bar, level with the bar.
+double histogram_strip_width(double ui);
+void draw_histogram_strip(cairo_t *cr, const PictureSpec &request, float lo, float hi, const Layout &layout);
 
 void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
                         float lo, float hi, const Layout &layout);

@@ -11,18 +11,8 @@
 namespace radimo::cli::detail {
 namespace {
 
-struct BarGeometry {
-    double left, top, width, height;
-};
-
 constexpr double bar_margin = 14, bar_width = 18, tick_length = 5, tick_gap = 4, right_margin = 12;
 constexpr double tick_font = 11.5, end_font = 12.5, tick_spacing = 34;
-
-BarGeometry bar_geometry(const Layout &layout) {
-    const double ui = layout.ui, top = std::round(layout.panel.y + 40 * ui);
-    const double bottom = std::round(layout.panel.y + layout.panel.h - 16 * ui);
-    return {std::round(layout.panel.x + bar_margin * ui), top, std::round(bar_width * ui), bottom - top};
-}
 
 int end_decimals(float lo, float hi, const Ticks &ticks) {
     return std::max(
@@ -35,7 +25,13 @@ Ticks bar_ticks(float lo, float hi, double bar_height, double ui) {
 
 }  // namespace
 
-double colour_bar_width(cairo_t *cr, float lo, float hi, double ui) {
+BarGeometry bar_geometry(const Layout &layout) {
+    const double ui = layout.ui, top = std::round(layout.panel.y + 40 * ui);
+    const double bottom = std::round(layout.panel.y + layout.panel.h - 16 * ui);
+    return {std::round(layout.panel.x + bar_margin * ui), top, std::round(bar_width * ui), bottom - top};
+}
+
+double colour_bar_width(cairo_t *cr, float lo, float hi, double ui, const std::string &unit) {
     const Ticks ticks = round_ticks(lo, hi, 16);
     const int decimals = step_decimals(ticks.step), ends = end_decimals(lo, hi, ticks);
     set_font(cr, tick_font * ui);
@@ -44,7 +40,7 @@ double colour_bar_width(cairo_t *cr, float lo, float hi, double ui) {
     set_font(cr, end_font * ui, true);
     widest = std::max({widest, text_width(cr, format_temperature(lo, ends)),
                        text_width(cr, format_temperature(hi, ends)),
-                       text_width(cr, "\u00B0C") - (tick_length + tick_gap) * ui});
+                       text_width(cr, unit) - (tick_length + tick_gap) * ui});
     return std::ceil((bar_margin + bar_width + tick_length + tick_gap + right_margin) * ui + widest);
 }
 
@@ -98,7 +94,7 @@ void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &pal
     draw_text(cr, format_temperature(hi, ends), label_x, bar.top, text_colour);
     draw_text(cr, format_temperature(lo, ends), label_x, bar.top + bar.height, text_colour);
     set_font(cr, 13.5 * ui, true);
-    draw_text(cr, "\u00B0C", bar.left, layout.panel.y + 18 * ui, text_colour);
+    draw_text(cr, request.unit, bar.left, layout.panel.y + 18 * ui, text_colour);
 
     // Pointers left of the bar at the temperatures under the crosshairs, in their colours; one
     // beyond the scale points at the cap.

@@ -46,6 +46,20 @@ void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout
                         r.w * f - 2 * inset, r.h * f - 2 * inset);
         halo_stroke(cr, mark_colour, line_width, ui);
     }
+    for (const OutlineMark &o : request.outlines) {
+        cairo_new_path(cr);
+        for (const auto &path : o.paths) {
+            for (std::size_t i = 0; i < path.size(); ++i) {
+                const double x = layout.px(path[i].first), y = layout.py(path[i].second);
+                if (i == 0)
+                    cairo_move_to(cr, x, y);
+                else
+                    cairo_line_to(cr, x, y);
+            }
+            if (o.closed) cairo_close_path(cr);
+        }
+        halo_stroke(cr, mark_colour, line_width, ui);
+    }
     for (const LineMark &l : request.lines) {
         const double x0 = layout.px(l.x0), y0 = layout.py(l.y0), x1 = layout.px(l.x1), y1 = layout.py(l.y1);
         const double length = std::hypot(x1 - x0, y1 - y0), cap = 4 * ui;

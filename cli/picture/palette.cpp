@@ -71,6 +71,11 @@ constexpr ControlPoint arctic[] = {
     {0.00, {4, 8, 34}},      {0.15, {16, 40, 110}},   {0.30, {24, 92, 180}},   {0.45, {56, 156, 216}},
     {0.60, {150, 214, 238}}, {0.72, {240, 244, 240}}, {0.86, {252, 212, 120}}, {1.00, {246, 150, 40}},
 };
+// Differences: dark blue, blue, white at zero, red, dark red; symmetric in lightness.
+constexpr ControlPoint difference[] = {
+    {0.00, {20, 40, 110}}, {0.25, {70, 130, 220}}, {0.50, {245, 245, 245}},
+    {0.75, {225, 85, 60}}, {1.00, {110, 15, 20}},
+};
 
 // Candidate isotherm colours; each palette takes the one farthest from all of its colours.
 constexpr Rgb highlight_candidates[] = {{40, 255, 60}, {255, 0, 220}, {0, 240, 255}};
@@ -122,6 +127,11 @@ std::span<const std::string_view> palette_names() {
     static constexpr std::string_view names[] = {"ironbow", "rainbow", "white-hot", "black-hot",
                                                  "lava",    "arctic",  "grey"};
     return names;
+}
+
+const Palette &difference_palette() {
+    static const Palette palette("difference", difference);
+    return palette;
 }
 
 const Palette *find_palette(std::string_view name) {

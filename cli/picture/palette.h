@@ -51,6 +51,10 @@ std::span<const std::string_view> palette_names();
 // The built-in palette of that name, or nullptr when there is none.
 const Palette *find_palette(std::string_view name);
 
+// The diverging palette of temperature differences: cold blue through white (no change, at
+// t = 0.5) to warm red; not offered for temperatures.
+const Palette &difference_palette();
+
 // Perceptual lightness (OKLab L, 0 black .. 1 white) of an sRGB colour.
 double oklab_lightness(Rgb c);
 

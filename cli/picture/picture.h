@@ -37,6 +37,14 @@ struct RectMark {
     int x, y, w, h;
     std::string label;
 };
+// The outline of a region of any shape: paths through frame coordinates (pixel (c, r) has its
+// centre at (c, r)), such as a polygon's vertices, points around an ellipse, or the pixel edges of a
+// mask; each path closed back to its start when `closed`.
+struct OutlineMark {
+    std::vector<std::vector<std::pair<double, double>>> paths;
+    bool closed = true;
+    std::string label;
+};
 // A crosshair at the hottest (hot = true, warm colour) or coldest (cool colour) pixel, with its
 // temperature as the label, e.g. "65.2 °C".
 struct Crosshair {
@@ -52,20 +60,25 @@ struct PictureSpec {
     std::optional<std::pair<float, float>> range;     // locked scale lo,hi degC; nullopt = automatic_range()
     std::optional<std::pair<float, float>> isotherm;  // pixels within [lo,hi] highlighted
     bool colour_bar = true;
+    bool histogram = false;  // the frame's histogram over the scale, beside the colour bar
     std::vector<PointMark> points;
     std::vector<LineMark> lines;
     std::vector<RectMark> rects;
+    std::vector<OutlineMark> outlines;
     std::vector<Crosshair> crosshairs;
-    std::string caption;  // optional caption: lines separated by '\n' (the last in a quieter grey)
-    int upscale = 0;      // frame pixel to picture pixels, 1..16; 0 = automatic
+    std::string caption;           // optional caption: lines separated by '\n' (the last in a quieter grey)
+    std::string unit = "\u00B0C";  // of the values and the colour bar ("K" for differences)
+    int upscale = 0;               // frame pixel to picture pixels, 1..16; 0 = automatic
+    bool rgb = false;              // also (instead of the PNG) give the pixels: frames of a video
 };
 
 struct Picture {
     std::vector<unsigned char> png;
-    int width = 0, height = 0;         // of the PNG
-    int image_x = 0, image_y = 0;      // where the frame's top-left pixel starts in it
-    float lo = 0, hi = 0;              // the temperature range the colours span
-    std::size_t above = 0, below = 0;  // pixels beyond its ends, shown in the end colours
+    int width = 0, height = 0;          // of the PNG
+    int image_x = 0, image_y = 0;       // where the frame's top-left pixel starts in it
+    float lo = 0, hi = 0;               // the temperature range the colours span
+    std::size_t above = 0, below = 0;   // pixels beyond its ends, shown in the end colours
+    std::vector<unsigned char> pixels;  // with PictureSpec::rgb: height rows of width * 3 bytes (RGB)
 };
 
 // Throws std::runtime_error with a one-line message for a bad request (no data, empty or oversized

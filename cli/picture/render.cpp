@@ -55,6 +55,12 @@ void check_marks(const PictureSpec &s) {
         if (r.x < 0 || r.y < 0 || int64_t{r.x} + r.w > s.width || int64_t{r.y} + r.h > s.height)
             outside(name);
     }
+    // An outline may reach beyond the frame (only its part over the frame is drawn), never to infinity.
+    for (const OutlineMark &o : s.outlines)
+        for (const auto &path : o.paths)
+            for (const auto &[x, y] : path)
+                if (!std::isfinite(x) || !std::isfinite(y))
+                    fail("the outline of " + o.label + " is not finite");
 }
 
 void check_band(const std::pair<float, float> &band, const char *what, bool strict) {
@@ -86,7 +92,8 @@ Layout lay_out(const PictureSpec &s, float lo, float hi, const std::string &capt
              " pixels a side)");
     const double w = static_cast<double>(s.width * l.factor), h = static_cast<double>(s.height * l.factor);
     l.ui = std::clamp(std::max(w, h) / 720.0, 1.0, 4.0);
-    const bool marks = !s.points.empty() || !s.lines.empty() || !s.rects.empty() || !s.crosshairs.empty();
+    const bool marks = !s.points.empty() || !s.lines.empty() || !s.rects.empty() || !s.outlines.empty() ||
+                       !s.crosshairs.empty();
     l.margin = marks ? std::ceil(16 * l.ui) : 0;  // a crosshair's arm and halo at an edge pixel
     l.image = {l.margin, l.margin, w, h};
     l.marked = {0, 0, w + 2 * l.margin, h + 2 * l.margin};
@@ -94,7 +101,9 @@ Layout lay_out(const PictureSpec &s, float lo, float hi, const std::string &capt
     // Text is measured on a scratch surface before the real one exists.
     SurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
     CairoPtr cr(cairo_create(scratch.get()));
-    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui) : 0;
+    const double panel_w = s.colour_bar ? colour_bar_width(cr.get(), lo, hi, l.ui, s.unit) +
+                                              (s.histogram ? histogram_strip_width(l.ui) : 0)
+                                        : 0;
     const double body_h = std::max(l.marked.h, s.colour_bar ? std::round(200 * l.ui) : 0.0);
     const double caption_h =
         caption.empty() ? 0 : std::round((8 + 18 * caption_lines(caption).size()) * l.ui);
@@ -103,16 +112,6 @@ Layout lay_out(const PictureSpec &s, float lo, float hi, const std::string &capt
     l.caption = {0, body_h, static_cast<double>(l.width), caption_h};
     l.height = static_cast<int>(body_h + caption_h);
     return l;
-}
-
-cairo_status_t append_png(void *closure, const unsigned char *data, unsigned int length) {
-    try {  // no exception may cross Cairo's C frames
-        auto *png = static_cast<std::vector<unsigned char> *>(closure);
-        png->insert(png->end(), data, data + length);
-        return CAIRO_STATUS_SUCCESS;
-    } catch (...) {
-        return CAIRO_STATUS_NO_MEMORY;
-    }
 }
 
 }  // namespace
@@ -160,15 +159,30 @@ Picture render_picture(const PictureSpec &request) {
 
     paint_false_colour(surface.get(), request, palette, lo, hi, layout);
     if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
+    if (request.colour_bar && request.histogram) draw_histogram_strip(cr.get(), request, lo, hi, layout);
     draw_overlays(cr.get(), request, layout, labels);
     draw_caption(cr.get(), caption, layout);
     if (cairo_status(cr.get()) != CAIRO_STATUS_SUCCESS)
         fail(std::string("drawing the picture failed: ") + cairo_status_to_string(cairo_status(cr.get())));
 
     cairo_surface_flush(surface.get());
-    const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_png, &picture.png);
-    if (status != CAIRO_STATUS_SUCCESS)
-        fail(std::string("encoding the picture as PNG failed: ") + cairo_status_to_string(status));
+    if (request.rgb) {
+        // Cairo's RGB24 is one native-endian 32-bit word per pixel, 0x00RRGGBB.
+        const unsigned char *data = cairo_image_surface_get_data(surface.get());
+        const int stride = cairo_image_surface_get_stride(surface.get());
+        picture.pixels.resize(static_cast<size_t>(layout.width) * layout.height * 3);
+        unsigned char *out = picture.pixels.data();
+        for (int y = 0; y < layout.height; ++y) {
+            const auto *row = reinterpret_cast<const uint32_t *>(data + static_cast<size_t>(y) * stride);
+            for (int x = 0; x < layout.width; ++x) {
+                *out++ = static_cast<unsigned char>(row[x] >> 16);
+                *out++ = static_cast<unsigned char>(row[x] >> 8);
+                *out++ = static_cast<unsigned char>(row[x]);
+            }
+        }
+    } else {
+        picture.png = png_bytes(surface.get());
+    }
     picture.width = layout.width;
     picture.height = layout.height;
     picture.lo = lo;
@@ -177,5 +191,31 @@ Picture render_picture(const PictureSpec &request) {
     picture.image_y = static_cast<int>(layout.image.y);
     return picture;
 }
+
+namespace detail {
+
+namespace {
+cairo_status_t append_png(void *closure, const unsigned char *data, unsigned int length) {
+    try {  // no exception may cross Cairo's C frames
+        auto *png = static_cast<std::vector<unsigned char> *>(closure);
+        png->insert(png->end(), data, data + length);
+        return CAIRO_STATUS_SUCCESS;
+    } catch (...) {
+        return CAIRO_STATUS_NO_MEMORY;
+    }
+}
+
+}  // namespace
+
+std::vector<unsigned char> png_bytes(cairo_surface_t *surface) {
+    std::vector<unsigned char> png;
+    cairo_surface_flush(surface);
+    const cairo_status_t status = cairo_surface_write_to_png_stream(surface, append_png, &png);
+    if (status != CAIRO_STATUS_SUCCESS)
+        fail(std::string("encoding the picture as PNG failed: ") + cairo_status_to_string(status));
+    return png;
+}
+
+}  // namespace detail
 
 }  // namespace radimo::cli

@@ -191,6 +191,20 @@ LabelPlan plan_labels(cairo_t *cr, const PictureSpec &request, const Layout &lay
     for (const RectMark &r : request.rects)
         labels.near_rect(r.label, Box{layout.image.x + r.x * f, layout.image.y + r.y * f, r.w * f, r.h * f},
                          mark_colour);
+    for (const OutlineMark &o : request.outlines) {
+        // Beside the outline's bounding box, as a rectangle's label.
+        double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+        for (const auto &path : o.paths)
+            for (const auto &[x, y] : path)
+                x0 = std::min(x0, x), y0 = std::min(y0, y), x1 = std::max(x1, x), y1 = std::max(y1, y);
+        if (!(x0 <= x1)) continue;
+        const double left = std::max(layout.px(x0), layout.image.x),
+                     top = std::max(layout.py(y0), layout.image.y);
+        labels.near_rect(o.label,
+                         Box{left, top, std::min(layout.px(x1), layout.image.x + layout.image.w) - left,
+                             std::min(layout.py(y1), layout.image.y + layout.image.h) - top},
+                         mark_colour);
+    }
     for (const LineMark &l : request.lines)
         labels.near_point(l.label, (layout.px(l.x0) + layout.px(l.x1)) / 2,
                           (layout.py(l.y0) + layout.py(l.y1)) / 2, 4 * ui, mark_colour);

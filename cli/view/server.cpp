@@ -181,7 +181,6 @@ void post_scene(Session &session, const Request &req, Response &res) {
 
 void install_routes(httplib::Server &http, Session &session, const Access &access) {
     http.set_payload_max_length(kMaxBody);
-    http.set_tcp_nodelay(true);  // a response is written in pieces: no 40 ms wait for a delayed ACK
     http.set_keep_alive_timeout(2);
     http.set_keep_alive_max_count(10000);  // a live page asks 30 times a second on the same connection
     http.set_read_timeout(5);

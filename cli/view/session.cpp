@@ -5,6 +5,7 @@
 
 #include "core/errors.h"
 #include "core/measure_report.h"
+#include "core/warnings.h"
 #include "libradimo.h"
 #include "picture/scale.h"
 
@@ -178,6 +179,9 @@ ordered_json Session::report(const ShownFrame &frame, const std::vector<RegionRe
     for (const RegionResult &m : measured) record["measurements"].push_back(region_json(frame.measured, m));
     ordered_json report = {{"file", frame.source->origin}};
     report["frames"] = ordered_json::array({record});
+    // The doubts about the input seen so far (every frame converted, by any request), as measure
+    // reports them.
+    report["warnings"] = warnings().json();
     return report;
 }
 

@@ -29,6 +29,8 @@ from .correction import (Scene, apply_env_factor, enhanced_distance_correct, env
 from .frames import UNITS, Frame, InputWarning, read_frame, to_unit
 from .measure import AreaMeasurement, PointMeasurement, measure_frame, measure_line, measure_point, measure_rect
 from .nuc import KtBt, celsius_to_nuc, generate_nuc_table, nuc_to_celsius
+from .regions import (Region, RegionStats, delta_t, read_mask, read_regions, region_stats, time_series,
+                      write_mask, write_regions)
 from .recalibration import (Blackbody, DoublePointResult, calibration_point_nuc, double_point_recalibration,
                             new_kt_bt, new_nuc_table)
 
@@ -65,4 +67,5 @@ __all__ = ["Camera", "kelvin16_to_celsius", "records", "DATA_TABLES", "data_tabl
            "PointMeasurement", "AreaMeasurement", "measure_point", "measure_line", "measure_rect", "measure_frame",
            "KtBt", "generate_nuc_table", "nuc_to_celsius", "celsius_to_nuc",
            "Blackbody", "DoublePointResult", "double_point_recalibration", "calibration_point_nuc",
-           "new_nuc_table", "new_kt_bt"]
+           "new_nuc_table", "new_kt_bt", "Region", "RegionStats", "region_stats", "time_series", "delta_t",
+           "read_regions", "write_regions", "read_mask", "write_mask"]

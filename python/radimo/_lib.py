@@ -227,6 +227,19 @@ _PROTOTYPES = {
                                                   P(R.multi_point_nuc_t)]),
     "multi_point_calc_new_kt_bt": (c_int, [P(R.multi_point_kt_param_t), u16p, i16p, u16p, i16p]),
     "multi_point_calc_new_nuc_table": (c_int, [u16p, P(R.multi_point_nuc_t), c_uint32, u16p]),
+    "radimo_region_bounds": (c_int, [c_uint32, P(R.radimo_region_t), P(R.point_t), P(R.rect_size_t),
+                                     P(c_uint64)]),
+    "radimo_region_stats": (c_int, [u16p, c_uint32, P(R.radimo_region_t), c_uint32, c_uint32, c_uint32,
+                                    P(R.radimo_region_stats_t)]),
+    "radimo_region_stats_merge": (c_int, [P(R.radimo_region_stats_t), P(R.radimo_region_stats_t)]),
+    "radimo_region_counts": (c_int, [u16p, c_uint32, P(R.radimo_region_t), c_uint32, c_uint32, c_uint32,
+                                     P(c_uint32)]),
+    "radimo_counts_percentile": (c_int, [P(c_uint32), c_double, P(c_double)]),
+    "radimo_counts_histogram": (c_int, [P(c_uint32), P(c_double), c_uint32, P(c_uint64)]),
+    "radimo_counts_threshold": (c_int, [P(c_uint32), R.threshold_t, P(c_uint64), P(c_uint64)]),
+    "radimo_region_object_stats": (c_int, [P(R.env_correct_param_t), u16p, u16p, c_uint32, P(R.radimo_region_t),
+                                           c_uint32, P(c_double), c_uint32, P(c_double),
+                                           P(R.radimo_region_object_stats_t)]),
 }
 for _name in ("temp_correct", "reverse_temp_correct", "temp_correct_kelvin", "reverse_temp_correct_kelvin"):
     _PROTOTYPES[_name] = (c_int, [c_uint16, f32p, c_float, c_float, c_float])

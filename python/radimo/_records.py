@@ -4,7 +4,7 @@ The layout test compiles a C program that prints sizeof/offsetof of every
 record and compares it with these classes, so a change on either side fails
 the tests instead of corrupting memory.
 """
-from ctypes import (POINTER, Structure, c_float, c_int16, c_int32, c_uint8, c_uint16, c_uint32,
+from ctypes import (POINTER, Structure, c_double, c_float, c_int16, c_int32, c_uint8, c_uint16, c_uint32,
                     c_uint64, c_void_p)
 
 
@@ -134,6 +134,23 @@ class radimo_frame_stats_t(Structure):
                 ("min_point", point_t), ("sum", c_uint64), ("count", c_uint64)]
 
 
+class radimo_region_t(Structure):
+    _fields_ = [("shape", c_uint32), ("origin", point_t), ("size", rect_size_t), ("cx", c_double),
+                ("cy", c_double), ("rx", c_double), ("ry", c_double), ("vertices", POINTER(c_double)),
+                ("vertex_count", c_uint32), ("mask", POINTER(c_uint8))]
+
+
+class radimo_region_stats_t(Structure):
+    _fields_ = [("max", c_uint16), ("min", c_uint16), ("max_point", point_t), ("min_point", point_t),
+                ("count", c_uint64), ("sum", c_uint64), ("sum_squares", c_uint64), ("mean", c_double),
+                ("stddev", c_double)]
+
+
+class radimo_region_object_stats_t(Structure):
+    _fields_ = [("max", c_float), ("min", c_float), ("max_point", point_t), ("min_point", point_t),
+                ("count", c_uint64), ("mean", c_double), ("stddev", c_double)]
+
+
 #: Every record of the header, by its C name.
 RECORDS = {cls.__name__: cls for cls in (
     point_t, rect_size_t, temp_result_t, threshold_t, nuc_factor_t, env_factor_t, env_param_t,
@@ -141,4 +158,5 @@ RECORDS = {cls.__name__: cls for cls in (
     second_cal_param_t, advanced_second_cal_param_t, second_cal_temp_param_t,
     multi_point_calib_array_t, multi_point_calib_array_v3_t, two_point_calib_result_t,
     two_point_calib_result_v3_t, multi_point_temp_t, multi_point_nuc_t, multi_point_calib_param_t,
-    multi_point_kt_param_t, linear_interp_param_t, radimo_frame_stats_t)}
+    multi_point_kt_param_t, linear_interp_param_t, radimo_frame_stats_t, radimo_region_t,
+    radimo_region_stats_t, radimo_region_object_stats_t)}

@@ -29,4 +29,20 @@ constexpr bool nuc_table_len_valid(uint32_t len) {
     return len == 8192 || len == 16384;
 }
 
+// Joins the extremes of a later band (in scan order) to those of an earlier
+// one, as one scan over both would find them: the later band's ties win.
+// Stats has max, min, max_point, min_point and count (of the band's samples).
+template <class Stats>
+void merge_extremes(Stats *first, const Stats &later) {
+    if (later.count == 0) return;
+    if (first->count == 0 || later.max >= first->max) {
+        first->max = later.max;
+        first->max_point = later.max_point;
+    }
+    if (first->count == 0 || later.min <= first->min) {
+        first->min = later.min;
+        first->min_point = later.min_point;
+    }
+}
+
 }  // namespace radimo::frame_api

@@ -62,17 +62,7 @@ int radimo_frame_stats_merge(radimo_frame_stats_t *first, const radimo_frame_sta
         RADIMO_ERROR("data is NULL\n");
         return RADIMO_ERR_PARAM;
     }
-    // The later part comes later in scan order: its ties win, as in one scan.
-    if (later->count != 0) {
-        if (first->count == 0 || later->max >= first->max) {
-            first->max = later->max;
-            first->max_point = later->max_point;
-        }
-        if (first->count == 0 || later->min <= first->min) {
-            first->min = later->min;
-            first->min_point = later->min_point;
-        }
-    }
+    radimo::frame_api::merge_extremes(first, *later);
     first->sum += later->sum;
     first->count += later->count;
     finish(first);

@@ -21,23 +21,6 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 constexpr size_t kValues = 65536;
 
-// NaN and infinities pass the scene's range checks (every comparison with a
-// NaN is false); the whole-frame call refuses them first, by name.
-bool scene_finite(const char *caller, const env_correct_param_t &scene) {
-    const struct {
-        float value;
-        const char *name;
-    } fields[] = {
-        {scene.dist, "dist"}, {scene.ems, "ems"}, {scene.hum, "hum"}, {scene.ta, "ta"}, {scene.tu, "tu"}};
-    for (const auto &f : fields) {
-        if (!std::isfinite(f.value)) {
-            RADIMO_ERROR_FOR(caller, "%s is not a finite number\n", f.name);
-            return false;
-        }
-    }
-    return true;
-}
-
 }  // namespace
 
 extern "C" {

@@ -43,6 +43,21 @@ bool air_temp_invalid(float t) {
 
 namespace radimo::radiometry {
 
+bool scene_finite(const char *caller, const env_correct_param_t &scene) {
+    const struct {
+        float value;
+        const char *name;
+    } fields[] = {
+        {scene.dist, "dist"}, {scene.ems, "ems"}, {scene.hum, "hum"}, {scene.ta, "ta"}, {scene.tu, "tu"}};
+    for (const auto &f : fields) {
+        if (!std::isfinite(f.value)) {
+            RADIMO_ERROR_FOR(caller, "%s is not a finite number\n", f.name);
+            return false;
+        }
+    }
+    return true;
+}
+
 bool scene_valid(const char *caller, const env_correct_param_t *scene, const uint16_t *raw_table,
                  const void *out, DistanceBound bound) {
     if (scene == nullptr || raw_table == nullptr || out == nullptr) {

@@ -21,6 +21,11 @@ namespace radimo::radiometry {
 // the reverse direction deliberately sets no upper bound.
 enum class DistanceBound { kUpTo1000m, kUnbounded };
 
+// NaN and infinities pass the scene's range checks (every comparison with a
+// NaN is false); the frame and region variants refuse them first, by name
+// ("<field> is not a finite number" under the caller's name).
+bool scene_finite(const char *caller, const env_correct_param_t &scene);
+
 // Runs the scene checks in order (pointers, ems, hum, dist, ta, tu) and
 // prints the failed check's line under the caller's name. A NaN value passes
 // its check (every comparison with it is false), as the plain comparisons

@@ -1,5 +1,5 @@
 /* Proves the C ABI: a C99 program that loads the library, selects a log level,
- * installs its own printer and measures a point and a rectangle. */
+ * installs its own printer and measures a point, a rectangle and a polygon region. */
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -32,6 +32,9 @@ int main(void) {
     point_t outside = {W, 0};
     rect_size_t size = {3, 2};
     uint16_t value = 0;
+    static const double triangle[6] = {0.0, 0.0, 8.0, 0.0, 0.0, 6.0};
+    radimo_region_t region;
+    radimo_region_stats_t stats;
     int i;
 
     for (i = 0; i < W * H; ++i) frame[i] = (uint16_t)(4000 + i);
@@ -44,6 +47,14 @@ int main(void) {
     CHECK(value == 4000 + 1 * W + 2);
     CHECK(get_rect_temp(frame, resolution, origin, size, &result) == RADIMO_SUCCESS);
     CHECK(result.max_temp >= result.avg_temp && result.avg_temp >= result.min_temp);
+
+    memset(&region, 0, sizeof region);
+    region.shape = RADIMO_REGION_POLYGON;
+    region.vertices = triangle;
+    region.vertex_count = 3;
+    CHECK(radimo_region_stats(frame, resolution, &region, RADIMO_SAMPLE_PIXEL, 0, H, &stats) ==
+          RADIMO_SUCCESS);
+    CHECK(stats.max == 4000 + 5 * W + 1 && stats.min == 4000 && stats.count > 0 && stats.stddev > 0);
 
     CHECK(get_point_temp(frame, resolution, outside, &value) == RADIMO_ERR_PARAM);
     CHECK(messages_seen == 1);

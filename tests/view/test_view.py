@@ -214,7 +214,18 @@ def test_exports_are_what_measure_and_render_write(demo, viewer, tmp_path):
     status, body = v.post("/api/scene", {"emissivity": 7})
     assert status == 400 and "emissivity 7 is outside 0.01..1" in body["error"]
     assert v.json("/api/scene")["fields"][0]["value"] == pytest.approx(0.9)
+    assert v.json("/api/measure?index=0")["warnings"] == []
     v.stop()
+
+
+def test_doubts_about_the_input_reach_the_page(viewer, browser, tmp_path):
+    frame = tmp_path / "display.raw"  # 8-bit display levels, not temperatures
+    np.tile(np.arange(256, dtype="<u2"), (64, 1)).tofile(frame)
+    v = viewer(frame, "--size", "256x64")
+    open_page(browser, v)
+    doubts = v.json("/api/measure?index=0")["warnings"]
+    assert doubts and all(d in text(browser, "warnings") for d in doubts)
+    assert console_errors(browser) == []
 
 
 def test_only_requests_with_the_token_to_the_listening_address_are_served(demo, viewer):

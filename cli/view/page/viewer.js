@@ -368,11 +368,18 @@
   function showFacts() {
     const m = state.frame.meta;
     const parts = state.info.camera ? [`camera ${state.info.camera}`] : [];
-    parts.push(`${m.width}x${m.height}`, `${m.unit}${m.unit === 'nuc' ? ` (vtemp ${m.vtemp})` : ''}`);
+    // How the temperatures came from the samples: the unit, where it was said, the conversion.
+    const record = m.report && m.report.frames[0];
+    const unit = record && record.derivation ? record.derivation : `${m.unit}${m.unit === 'nuc' ? ` (vtemp ${m.vtemp})` : ''}`;
+    parts.push(`${m.width}x${m.height}`, unit);
     parts.push(m.scene_correct ? 'object temperatures (scene corrected)' : 'apparent temperatures');
     parts.push(`hottest pixel ${m.hottest.celsius.toFixed(2)} °C at (${m.hottest.x},${m.hottest.y})`);
     parts.push(`coldest pixel ${m.coldest.celsius.toFixed(2)} °C at (${m.coldest.x},${m.coldest.y})`);
     $('frame-facts').textContent = parts.join(' · ');
+    // Doubts about the input (a unit that reads the values implausibly, byte-swapped samples...).
+    const doubts = (m.report && m.report.warnings) || [];
+    $('warnings').hidden = doubts.length === 0;
+    $('warnings').replaceChildren(...doubts.map((text) => Object.assign(document.createElement('li'), { textContent: `warning: ${text}` })));
   }
 
   // ---- Tools on the picture --------------------------------------------------------------------
