@@ -152,30 +152,30 @@ void run_diff(const DiffOptions &o) {
                        " difference frame(s)");
         const Frame &d = deltas[shown];
         const DeltaStats s = delta_stats(d);
-        PictureSpec spec;
-        spec.width = d.width;
-        spec.height = d.height;
-        spec.celsius = d.floats.data();
-        spec.palette = &difference_palette();
-        spec.unit = "K";
+        PictureSpec request;
+        request.width = d.width;
+        request.height = d.height;
+        request.celsius = d.floats.data();
+        request.palette = &difference_palette();
+        request.unit = "K";
         if (o.range.empty()) {
             // Symmetric about 0, so white is "no change"; at least +-0.1 K.
             const float reach = std::max({std::fabs(s.max), std::fabs(s.min), 0.1f});
-            spec.range = std::make_pair(-reach, reach);
+            request.range = std::make_pair(-reach, reach);
         } else {
             const std::vector<double> v = parse_temperatures("--range", o.range, 1);
             if (!(v[0] > 0))
                 fail_usage("--range " + o.range + ": give the reach R (> 0) of the scale -R..+R in K");
-            spec.range = std::make_pair(static_cast<float>(-v[0]), static_cast<float>(v[0]));
+            request.range = std::make_pair(static_cast<float>(-v[0]), static_cast<float>(v[0]));
         }
-        spec.crosshairs.push_back({s.max_x, s.max_y, kelvin_label(s.max), true});
-        spec.crosshairs.push_back({s.min_x, s.min_y, kelvin_label(s.min), false});
-        spec.caption = "\u0394T = " + o.a +
-                       (o.reference ? " - frame " + std::to_string(*o.reference) : " - " + o.b) + ", frame " +
-                       std::to_string(shown);
+        request.crosshairs.push_back({s.max_x, s.max_y, kelvin_label(s.max), true});
+        request.crosshairs.push_back({s.min_x, s.min_y, kelvin_label(s.min), false});
+        request.caption = "\u0394T = " + o.a +
+                          (o.reference ? " - frame " + std::to_string(*o.reference) : " - " + o.b) +
+                          ", frame " + std::to_string(shown);
         Picture picture;
         try {
-            picture = render_picture(spec);
+            picture = render_picture(request);
         } catch (const std::runtime_error &e) {
             fail_usage(std::string("cannot render the picture: ") + e.what());
         }

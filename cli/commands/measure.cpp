@@ -167,9 +167,9 @@ void run_measure(const MeasureOptions &o) {
 
 void add_measure_command(CLI::App &program, Commands &commands) {
     auto o = std::make_shared<MeasureOptions>();
-    CLI::App *cmd = program.add_subcommand(
-        "measure",
-        "Measure points, lines and rectangles of a temperature frame (or of a raw frame with --camera)");
+    CLI::App *cmd = program.add_subcommand("measure",
+                                           "Measure points, lines, rectangles, polygons, ellipses and masks "
+                                           "of a temperature frame (or of a raw frame with --camera)");
     cmd->add_option("FRAME", o->input,
                     "Frame file: temperatures (see --unit) or raw NUC values with --camera")
         ->required();

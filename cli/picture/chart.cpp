@@ -30,7 +30,8 @@ std::pair<double, double> y_range(const ChartSpec &spec) {
 
 std::vector<unsigned char> render_chart(const ChartSpec &spec) {
     if (spec.x.empty() || spec.series.empty()) throw std::runtime_error("the chart has no series");
-    const auto [y0, y1] = y_range(spec);
+    const std::pair<double, double> y_span = y_range(spec);
+    const double y0 = y_span.first, y1 = y_span.second;
     const double x0 = spec.x.front(), x1 = spec.x.back() > x0 ? spec.x.back() : x0 + 1;
     SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, spec.width, spec.height));
     CairoPtr owner(cairo_create(surface.get()));
