@@ -54,6 +54,8 @@
  *   Every such write must be finished before any call that reads the table starts, in any thread.
  * - The SIMD kernel target of the whole-frame functions, chosen once per process, in a
  *   thread-safe way, by the first call that needs it (see "Whole-frame API").
+ * - The table of line sinks a host registers (radimo_log_sink_add(), this library's extension;
+ *   empty unless a host registers one), read and written under the synchronisation described there.
  * Everything else is reentrant: calls may run concurrently from any number of threads as long as
  * no call writes storage that another call running at the same time reads or writes. In the
  * function descriptions below, "Thread safety: reentrant" means exactly this, and any exported
@@ -433,6 +435,73 @@ RADIMO_API void radimo_log_register(int level);
  * Reentrant.
  */
 RADIMO_API const char *radimo_version(void);
+
+/*
+ * Line sinks and result-code names: this library's own extensions.
+ *
+ * A line sink receives every diagnostic as one formatted line through a plain, non-variadic
+ * callback, which any foreign-function interface can implement (Python ctypes, cffi, JNA,
+ * P/Invoke, Rust, Go). Sinks are independent of the printer pointers: each line still goes
+ * through radimo_error_print or radimo_debug_print exactly as without sinks, and then to every
+ * sink registered for its level, on the thread that made the call. A host that registers no sink
+ * sees no difference at all.
+ *
+ * State: a table of up to RADIMO_LOG_SINKS_MAX registered sinks (callback, user pointer and
+ * level), empty when the library is loaded.
+ *
+ * Threads: a sink is called synchronously on the thread whose call emitted the line, so calls
+ * running on several threads call it concurrently; it must be safe for that. Adding and removing
+ * sinks is safe from any thread at any time (a line emitted meanwhile reaches the sink being
+ * added or removed, or not). When radimo_log_sink_remove() returns, the sink is no longer running
+ * on any thread and is not called again, so its user data may be freed. A sink must not add or
+ * remove sinks itself.
+ */
+
+/** Level of a debug line, and the sink level that receives debug and error lines. */
+#define RADIMO_LOG_DEBUG 0
+/** Level of an error line, and the sink level that receives error lines only. */
+#define RADIMO_LOG_ERROR 1
+/** Number of sinks that can be registered at the same time. */
+#define RADIMO_LOG_SINKS_MAX 8
+
+/**
+ * A line sink.
+ * @param user  the pointer given to radimo_log_sink_add() with this sink
+ * @param level RADIMO_LOG_ERROR or RADIMO_LOG_DEBUG
+ * @param line  the whole line, exactly the text the printers format, prefix and final line feed
+ *              included ("libradimo error [src/temp_correct:88/temp_correct] data is invalid\n");
+ *              valid only during the call
+ */
+typedef void (*radimo_line_sink_t)(void *user, int level, const char *line);
+
+/**
+ * Registers a line sink; registering a (sink, user) pair again only changes its level.
+ * @param sink  the callback
+ * @param user  passed back to every call of the sink (may be NULL)
+ * @param level RADIMO_LOG_ERROR (error lines) or RADIMO_LOG_DEBUG (debug and error lines)
+ * @return RADIMO_SUCCESS; RADIMO_ERR_PARAM for a NULL sink ("sink is NULL") or another level
+ *         ("level is invalid"); RADIMO_ERR_ALLOC when RADIMO_LOG_SINKS_MAX other sinks are
+ *         registered ("sink table is full"). Failures are reported like every other failure.
+ */
+RADIMO_API int radimo_log_sink_add(radimo_line_sink_t sink, void *user, int level);
+
+/**
+ * Removes a line sink registered with the same pair; waits for its calls in progress on other
+ * threads to return.
+ * @param sink the callback given to radimo_log_sink_add()
+ * @param user the user pointer given with it
+ * @return RADIMO_SUCCESS, or RADIMO_ERR_PARAM when the pair is not registered ("sink is not
+ *         registered")
+ */
+RADIMO_API int radimo_log_sink_remove(radimo_line_sink_t sink, void *user);
+
+/**
+ * The name of a result code.
+ * @param code a value returned by a library function
+ * @return the static string "RADIMO_SUCCESS" or "RADIMO_ERR_..." naming the code, or "unknown
+ *         result code" for any other value (-1118 included: no function returns it)
+ */
+RADIMO_API const char *radimo_result_name(int code);
 
 /* ------------------------------------------------------------------------- */
 /* Frame measurement                                                         */
@@ -2894,17 +2963,20 @@ RADIMO_API extern double ems_correct_table_v2[8100];        /**< [ti * 100 + ei]
  * checks named with each function. Float inputs are validated: NaN,
  * infinities and out-of-range values are refused.
  *
- * The kernels use the widest instruction set the CPU offers (AVX2, else the
- * x86-64 baseline SSE2), chosen once per process. The environment variable
- * RADIMO_SIMD=scalar|sse2|avx2, read at that moment, forces a narrower target
- * (a target the CPU lacks, or an unknown name, is ignored). Every target
- * gives the same results. Messages use module "src/temp_correct".
+ * The kernels use the widest instruction set this build and the CPU offer,
+ * chosen once per process: on x86-64 AVX2, else the baseline SSE2; on 64-bit
+ * ARM NEON; on 32-bit ARM NEON when the CPU reports it; scalar kernels on
+ * every other processor. The environment variable
+ * RADIMO_SIMD=scalar|sse2|avx2|neon, read at that moment, forces another
+ * target (a target the build or the CPU lacks, or an unknown name, is
+ * ignored). Every target gives the same results. Messages use module
+ * "src/temp_correct".
  */
 
 /**
  * The kernel target of the whole-frame functions. The first call of this function or of a whole-frame
- * function chooses it, once per process and in a thread-safe way, from the CPU and RADIMO_SIMD.
- * @return "scalar", "sse2" or "avx2": a static string, never NULL, never to be freed.
+ * function chooses it, once per process and in a thread-safe way, from the build, the CPU and RADIMO_SIMD.
+ * @return "scalar", "sse2", "avx2" or "neon": a static string, never NULL, never to be freed.
  * @par Thread safety
  * Reentrant.
  */

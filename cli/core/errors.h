@@ -33,11 +33,9 @@ private:
     throw Error(Exit::kIo, message);
 }
 
-// The name of a RADIMO_* result code ("RADIMO_ERR_PARAM"), or "unknown result code".
-const char *result_code_name(int code);
-
-// Routes the library's error messages to this process: they are kept until
-// the next check_library() and echoed on standard error when `verbose`.
+// Routes the library's error lines to this process through a line sink: they
+// are kept until the next check_library() and echoed on standard error when
+// `verbose`.
 void install_library_printer(bool verbose);
 
 // Throws an Exit::kLibrary error naming the call, the code and the library's

@@ -9,24 +9,18 @@ Library discovery, in this order:
 ctypes releases the GIL for the duration of every call into a CDLL, so threads
 calling the binding run the library in parallel.
 
-Error messages. The library reports every failure through its error printer
-pointer, a printf-style variadic function. ctypes cannot receive a C va_list
-portably, so the binding installs a printer whose declared parameters cover
-the registers and the first stack slots in which the System V x86-64 calling
-convention passes variadic arguments (the format in the first integer
-register, further integer and pointer arguments in the next five integer
-registers and then on the stack, doubles in the eight vector registers). The
-printer formats the message itself from those values. All library messages
-use at most five integer and one floating-point argument, well inside what is
-read. The messages are collected per thread (the printer runs on the thread
-that made the call), so concurrent calls never mix their messages and no lock
-is taken. On another architecture the printer receives the format alone and
-the message keeps its printf conversions unexpanded; the result code is exact
-either way. Standard output is never redirected or read.
+Error messages. The binding registers a line sink with the library
+(radimo_log_sink_add): a plain callback that receives each error line already
+formatted, so it works alike on every architecture and leaves the printer
+pointers radimo_error_print and radimo_debug_print as the host process set
+them. The lines are collected per thread (the sink runs on the thread that
+made the call), so concurrent calls never mix their messages and no lock is
+taken. Result-code names come from the library (radimo_result_name).
+Standard output is never redirected or read.
 """
+import atexit
 import ctypes
 import os
-import platform
 import re
 import threading
 from ctypes import (POINTER, c_char_p, c_double, c_float, c_int, c_int16, c_int32, c_uint16, c_uint32, c_uint64,
@@ -35,23 +29,7 @@ from pathlib import Path
 
 from . import _records as R
 
-# ---- Result codes ---------------------------------------------------------------------------
-
-CODE_NAMES = {
-    0: "RADIMO_SUCCESS", -1100: "RADIMO_ERR_PARAM", -1101: "RADIMO_ERR_ALLOC", -1102: "RADIMO_ERR_FILE",
-    -1103: "RADIMO_ERR_SQUARE_ARRAY", -1104: "RADIMO_ERR_AVERAGE", -1105: "RADIMO_ERR_HORZ_NEIGHB",
-    -1106: "RADIMO_ERR_VERT_NEIGHB", -1107: "RADIMO_ERR_SLOPE_NEIGHB", -1108: "RADIMO_ERR_POINT_SET",
-    -1109: "RADIMO_ERR_HORZ_LINE", -1110: "RADIMO_ERR_VERT_LINE", -1111: "RADIMO_ERR_SLOPE_LINE",
-    -1112: "RADIMO_ERR_REVERSE_TEMP", -1113: "RADIMO_ERR_REVERSE_NUC", -1114: "RADIMO_ERR_ENV_FACTOR",
-    -1115: "RADIMO_ERR_KTBT_INDEX", -1116: "RADIMO_ERR_KTBT_CORRECT", -1117: "RADIMO_ERR_KTBT_UPDATE",
-    -1119: "RADIMO_ERR_SITF_OFFSET", -1120: "RADIMO_ERR_HUM_INDEX", -1121: "RADIMO_ERR_TEMP_INDEX",
-    -1122: "RADIMO_ERR_DIST_INDEX", -1123: "RADIMO_ERR_READ_EMS", -1124: "RADIMO_ERR_READ_TAU",
-    -1125: "RADIMO_ERR_HUM_CORRECT", -1126: "RADIMO_ERR_TAU_TABLE", -1127: "RADIMO_ERR_TEMP_CORRECT",
-    -1128: "RADIMO_ERR_REVERSE_TEMP_CORRECT", -1129: "RADIMO_ERR_VAPOR_PRESSURE",
-    -1130: "RADIMO_ERR_RECALC_TAU", -1131: "RADIMO_ERR_VERSION", -1132: "RADIMO_ERR_TABLE_CALC",
-    -1133: "RADIMO_ERR_REMAP",
-}
-
+# ---- Failures -----------------------------------------------------------------------------------
 
 class RadimoError(Exception):
     """A libradimo function returned a failure code.
@@ -65,7 +43,7 @@ class RadimoError(Exception):
     def __init__(self, function, code, messages):
         self.function = function
         self.code = code
-        self.name = CODE_NAMES.get(code, "unknown result code")
+        self.name = result_name(code)
         self.messages = list(messages)
         text = "; ".join(self.messages) if self.messages else "no message"
         super().__init__(f"{function} failed with {self.name} ({code}): {text}")
@@ -95,69 +73,42 @@ def _load():
 
 
 lib = _load()
+if not hasattr(lib, "radimo_log_sink_add"):
+    raise ImportError(f"{lib._name} has no radimo_log_sink_add: it is older than this binding; use the "
+                      "libradimo.so built from the same checkout")
 
-# ---- Error printer ----------------------------------------------------------------------------
+# ---- Result-code names and error lines -------------------------------------------------------
 
-_CONVERSION = re.compile(r"%([-+ #0]*)(\d+|\*)?(?:\.(\d+|\*))?(hh|h|ll|l|z|j|t|L)?([diouxXeEfFgGcsp%])")
+lib.radimo_result_name.restype, lib.radimo_result_name.argtypes = c_char_p, [c_int]
+
+
+def result_name(code):
+    """The RADIMO_* name of a result code ("RADIMO_ERR_PARAM"), or "unknown result code"."""
+    return lib.radimo_result_name(code).decode()
+
+
+# Every code the library returns, by number (0 and -1100 .. -1133 without -1118).
+CODE_NAMES = {code: result_name(code) for code in [0, *range(-1100, -1134, -1)] if code != -1118}
+
+_LOG_ERROR = 1  # RADIMO_LOG_ERROR: the sink receives error lines only
 _PREFIX = re.compile(r"^libradimo error \[[^\]]*/([^\]/]*)\] ")
-_REGISTER_ABI = platform.system() == "Linux" and platform.machine() in ("x86_64", "AMD64")
-_INT_REGS = 5  # integer registers after the format (rsi, rdx, rcx, r8, r9)
-_FP_REGS = 8  # xmm0 .. xmm7
-_STACK_SLOTS = 4  # further integer arguments, read from the caller's stack
-
-if _REGISTER_ABI:
-    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p, *([c_uint64] * _INT_REGS), *([c_double] * _FP_REGS),
-                                     *([c_uint64] * _STACK_SLOTS))
-else:
-    _PRINTER_TYPE = ctypes.CFUNCTYPE(None, c_char_p)
-
+_SINK_TYPE = ctypes.CFUNCTYPE(None, c_void_p, c_int, c_char_p)
 _captured = threading.local()
 
 
-def _format(fmt, ints, doubles):
-    """printf-style formatting of fmt with the integer and floating-point argument sequences."""
-    ints, doubles = iter(ints), iter(doubles)
-
-    def one(match):
-        flags, width, precision, length, conv = match.groups()
-        if conv == "%":
-            return "%"
-        if "*" in (width, precision):
-            return match.group(0)
-        directive = "%" + flags + (width or "") + ("." + precision if precision is not None else "")
-        if conv in "eEfFgG":
-            return (directive + conv) % next(doubles)
-        raw = next(ints)
-        if conv == "s":
-            return (directive + "s") % (ctypes.string_at(raw).decode("utf-8", "replace") if raw else "(null)")
-        if conv == "p":
-            return hex(raw)
-        bits = 64 if length in ("l", "ll", "z", "j", "t") else 32
-        value = raw & ((1 << bits) - 1)
-        if conv in "di" and value >> (bits - 1):
-            value -= 1 << bits
-        if conv == "c":
-            return (directive + "c") % chr(value & 0xFF)
-        return (directive + conv.replace("i", "d")) % value
-
-    return _CONVERSION.sub(one, fmt)
-
-
-def _printer(fmt, *args):
-    text = fmt.decode("utf-8", "replace")
-    if _REGISTER_ABI:
-        ints = args[:_INT_REGS] + args[_INT_REGS + _FP_REGS:]
-        try:
-            text = _format(text, ints, args[_INT_REGS:_INT_REGS + _FP_REGS])
-        except (StopIteration, RuntimeError, ValueError, TypeError, OverflowError):
-            pass  # more arguments than this printer reads: keep the unexpanded format
+def _sink(_user, _level, line):
     lines = getattr(_captured, "lines", None)
     if lines is not None:
-        lines.append(_PREFIX.sub(r"\1: ", text).strip())
+        lines.append(_PREFIX.sub(r"\1: ", line.decode("utf-8", "replace")).strip())
 
 
-_printer_callback = _PRINTER_TYPE(_printer)  # kept alive for the life of the process
-c_void_p.in_dll(lib, "radimo_error_print").value = ctypes.cast(_printer_callback, c_void_p).value
+_sink_callback = _SINK_TYPE(_sink)  # kept alive while registered
+lib.radimo_log_sink_add.restype, lib.radimo_log_sink_add.argtypes = c_int, [_SINK_TYPE, c_void_p, c_int]
+lib.radimo_log_sink_remove.restype, lib.radimo_log_sink_remove.argtypes = c_int, [_SINK_TYPE, c_void_p]
+if lib.radimo_log_sink_add(_sink_callback, None, _LOG_ERROR) != 0:
+    raise ImportError("libradimo refused the binding's line sink (its sink table is full)")
+# No call back into Python once the interpreter is shutting down.
+atexit.register(lib.radimo_log_sink_remove, _sink_callback, None)
 
 
 def call(name, *args):

@@ -3,6 +3,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+
+#if defined(RADIMO_KERNELS_NEON) && defined(__arm__)
+#include <sys/auxv.h>
+#endif
 
 #include "libradimo.h"
 
@@ -10,22 +15,42 @@ namespace radimo::simd {
 
 namespace {
 
-bool cpu_has_avx2() {
-#if defined(__x86_64__) || defined(__i386__)
+// The widest target this build has kernels for and this CPU runs.
+Target widest() {
+#if defined(RADIMO_KERNELS_X86)
     __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") != 0;
+    return __builtin_cpu_supports("avx2") != 0 ? Target::kAvx2 : Target::kSse2;
+#elif defined(RADIMO_KERNELS_NEON) && defined(__aarch64__)
+    return Target::kNeon;  // part of the 64-bit ARM architecture
+#elif defined(RADIMO_KERNELS_NEON)
+    // 32-bit ARM: the kernel reports NEON in the hardware capabilities.
+    return (getauxval(AT_HWCAP) & HWCAP_ARM_NEON) != 0 ? Target::kNeon : Target::kScalar;
 #else
-    return false;
+    return Target::kScalar;
 #endif
 }
 
+// Whether target t runs here, given the widest one.
+bool available(Target t, Target best) {
+    switch (t) {
+        case Target::kSse2:
+            return best == Target::kSse2 || best == Target::kAvx2;
+        case Target::kAvx2:
+        case Target::kNeon:
+            return best == t;
+        case Target::kScalar:
+            break;
+    }
+    return true;
+}
+
 Target choose() {
-    const Target widest = cpu_has_avx2() ? Target::kAvx2 : Target::kSse2;
+    const Target best = widest();
     const char *forced = std::getenv("RADIMO_SIMD");
-    if (forced == nullptr) return widest;
-    if (std::strcmp(forced, "scalar") == 0) return Target::kScalar;
-    if (std::strcmp(forced, "sse2") == 0) return Target::kSse2;
-    return widest;  // "avx2" where the CPU has it; anything else is ignored
+    if (forced == nullptr) return best;
+    for (const Target t : {Target::kScalar, Target::kSse2, Target::kAvx2, Target::kNeon})
+        if (std::strcmp(forced, name(t)) == 0 && available(t, best)) return t;
+    return best;  // a target not available here, or an unknown name
 }
 
 }  // namespace
@@ -41,6 +66,8 @@ const char *name(Target t) {
             return "avx2";
         case Target::kSse2:
             return "sse2";
+        case Target::kNeon:
+            return "neon";
         case Target::kScalar:
             break;
     }

@@ -6,14 +6,13 @@
 // float. Through a table, a NUC value converts as
 // calc_temperature_with_nuc_t_table_len does: the same rule applied to the
 // table entry it indexes; the entries are converted once per call.
-#include <cstring>
-
 #include "core/fixed_point.h"
 #include "core/heap_block.h"
 #include "core/message.h"
 #include "core/simd_target.h"
 #include "core/units.h"
 #include "frame_api/band.h"
+#include "frame_api/celsius_kernels.h"
 #include "libradimo.h"
 
 namespace {
@@ -21,39 +20,6 @@ namespace {
 constexpr const char *kLogModule = radimo::kModuleTempCorrect;
 
 using radimo::units::celsius_of_sixteenths;
-
-RADIMO_NO_AUTOVEC void convert_scalar(const uint16_t *v, size_t n, float *out) {
-    RADIMO_SCALAR_LOOP
-    for (size_t i = 0; i < n; ++i) out[i] = celsius_of_sixteenths(v[i]);
-}
-
-// Eight values at once, with the widths and the order of the scalar rule.
-typedef uint16_t U16x8 __attribute__((vector_size(16)));
-typedef float F32x8 __attribute__((vector_size(32)));
-typedef double F64x8 __attribute__((vector_size(64)));
-
-inline __attribute__((always_inline)) void convert_vector(const uint16_t *v, size_t n, float *out) {
-    size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        U16x8 x;
-        std::memcpy(&x, v + i, sizeof x);
-        const F32x8 scaled = __builtin_convertvector(x, F32x8) * 0.0625f;
-        const F64x8 celsius = __builtin_convertvector(scaled, F64x8) - radimo::units::kKelvinOffset;
-        const F32x8 r = __builtin_convertvector(celsius, F32x8);
-        std::memcpy(out + i, &r, sizeof r);
-    }
-    for (; i < n; ++i) out[i] = celsius_of_sixteenths(v[i]);
-}
-
-void convert_sse2(const uint16_t *v, size_t n, float *out) {
-    convert_vector(v, n, out);
-}
-
-RADIMO_TARGET_AVX2 void convert_avx2(const uint16_t *v, size_t n, float *out) {
-    convert_vector(v, n, out);
-}
-
-using ConvertFn = void (*)(const uint16_t *, size_t, float *);
 
 // NUC values through a table already converted to degC: a slot per value,
 // capped as the per-call lookup caps it.
@@ -81,8 +47,10 @@ int radimo_frame_to_celsius(const uint16_t *nuc_table, uint32_t nuc_table_len, c
     if (!radimo::frame_api::band_valid(__func__, kLogModule, resolution, first_row, row_count, &band))
         return RADIMO_ERR_PARAM;
 
-    static const ConvertFn convert =
-        radimo::simd::pick<ConvertFn>(convert_scalar, convert_sse2, convert_avx2);
+    namespace kernels = radimo::frame_api::kernels;
+    static const kernels::ConvertFn convert =
+        *radimo::simd::pick(&kernels::kConvertScalar, RADIMO_X86(kernels::kConvertSse2),
+                            RADIMO_X86(kernels::kConvertAvx2), RADIMO_NEON(kernels::kConvertNeon));
     const uint16_t *in = frame + band.first_pixel();
     float *out = celsius + band.first_pixel();
     if (nuc_table == nullptr) {

@@ -11,12 +11,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include <immintrin.h>
-
 #include "core/message.h"
 #include "core/simd_target.h"
 #include "core/units.h"
 #include "libradimo.h"
+#include "nuc/reverse_search_kernels.h"
 #include "nuc/table_length.h"
 
 namespace {
@@ -57,11 +56,15 @@ Extremes extremes_of(const uint16_t *table, uint32_t len) {
 
 // The opening lines of both lookups, under the caller's name; gives the
 // search target, moved inside the table's extremes.
+// Recalibration runs it in every step: while logging is off, one test
+// passes over the three lines.
 float search_target(const char *caller, const uint16_t *table, const Extremes &extremes, float temp) {
-    RADIMO_DEBUG_FOR(caller, "NUC_MAX=%d,NUC_MIN=%d\n", extremes.max, extremes.min);
-    RADIMO_DEBUG_FOR(caller, "nuc_table[0]=%d\n", table[0]);
     const float target = target_of(temp);
-    RADIMO_DEBUG_FOR(caller, "target_temp=%f\n", static_cast<double>(target));
+    if (radimo::log::debug_wanted()) {
+        RADIMO_DEBUG_FOR(caller, "NUC_MAX=%d,NUC_MIN=%d\n", extremes.max, extremes.min);
+        RADIMO_DEBUG_FOR(caller, "nuc_table[0]=%d\n", table[0]);
+        RADIMO_DEBUG_FOR(caller, "target_temp=%f\n", static_cast<double>(target));
+    }
     return clamp_target(target, extremes.max, extremes.min);
 }
 
@@ -84,66 +87,6 @@ inline bool matches(float target, uint32_t entry) {
     return std::fabs(static_cast<double>(target - static_cast<float>(entry))) < 0.0001;
 }
 
-// First index j in from .. len - 1 whose entry leaves a side of the target,
-// or len: below `bound` (kAbove false: the entries were at or above it), or
-// above `bound` (kAbove true: they were at or below it). A vector lane leaves
-// the side where the unsigned saturating difference is non-zero.
-template <bool kAbove>
-inline bool leaves(uint16_t entry, uint16_t bound) {
-    return kAbove ? entry > bound : entry < bound;
-}
-
-template <bool kAbove>
-RADIMO_NO_AUTOVEC uint32_t first_leaving_scalar(const uint16_t *table, uint32_t from, uint32_t len,
-                                                uint16_t bound) {
-    RADIMO_SCALAR_LOOP
-    for (uint32_t j = from; j < len; ++j)
-        if (leaves<kAbove>(table[j], bound)) return j;
-    return len;
-}
-
-template <bool kAbove>
-uint32_t first_leaving_sse2(const uint16_t *table, uint32_t from, uint32_t len, uint16_t bound) {
-    const __m128i b = _mm_set1_epi16(static_cast<int16_t>(bound));
-    const __m128i zero = _mm_setzero_si128();
-    uint32_t j = from;
-    for (; j + 32 <= len; j += 32) {
-        __m128i any = zero;
-        for (uint32_t k = 0; k < 32; k += 8) {
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(table + j + k));
-            any = _mm_or_si128(any, kAbove ? _mm_subs_epu16(v, b) : _mm_subs_epu16(b, v));
-        }
-        if (_mm_movemask_epi8(_mm_cmpeq_epi16(any, zero)) != 0xFFFF) break;
-    }
-    for (; j < len; ++j)
-        if (leaves<kAbove>(table[j], bound)) return j;
-    return len;
-}
-
-template <bool kAbove>
-RADIMO_TARGET_AVX2 uint32_t first_leaving_avx2(const uint16_t *table, uint32_t from, uint32_t len,
-                                               uint16_t bound) {
-    const __m256i b = _mm256_set1_epi16(static_cast<int16_t>(bound));
-    uint32_t j = from;
-#define RADIMO_LEAVING(k)                                                                                  \
-    (kAbove ? _mm256_subs_epu16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k))), b) \
-            : _mm256_subs_epu16(b, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(table + j + (k)))))
-    for (; j + 128 <= len; j += 128) {
-        const __m256i any =
-            _mm256_or_si256(_mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(0), RADIMO_LEAVING(16)),
-                                            _mm256_or_si256(RADIMO_LEAVING(32), RADIMO_LEAVING(48))),
-                            _mm256_or_si256(_mm256_or_si256(RADIMO_LEAVING(64), RADIMO_LEAVING(80)),
-                                            _mm256_or_si256(RADIMO_LEAVING(96), RADIMO_LEAVING(112))));
-        if (!_mm256_testz_si256(any, any)) break;
-    }
-#undef RADIMO_LEAVING
-    for (; j < len; ++j)
-        if (leaves<kAbove>(table[j], bound)) return j;
-    return len;
-}
-
-using LeavingFn = uint32_t (*)(const uint16_t *, uint32_t, uint32_t, uint16_t);
-
 // First stop of the literal scan over a table of len >= 2 entries.
 //
 // Entry 0 takes the literal test. If it does not stop, it lies strictly on
@@ -153,7 +96,7 @@ using LeavingFn = uint32_t (*)(const uint16_t *, uint32_t, uint32_t, uint16_t);
 // never negative) and no earlier entry matches. The side is an integer
 // bound: above the target, every integer from the smallest one above it
 // that does not match (at most the next integer or two can match); below,
-// the mirror. Entries are compared with the bound in 16-lane vectors, and the
+// the mirror. Entries are compared with the bound in vectors, and the
 // literal test resumes at j - 1 (a pair ending on a matching entry may still
 // bracket) for as long as it takes; that is one or two entries unless the
 // table hovers at the target, and then the search continues from there in
@@ -162,10 +105,10 @@ Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
     Stop stop;
     // A NaN target compares false everywhere: the literal scan never stops.
     if (std::isnan(target)) return stop;
-    static const LeavingFn first_below = radimo::simd::pick<LeavingFn>(
-        first_leaving_scalar<false>, first_leaving_sse2<false>, first_leaving_avx2<false>);
-    static const LeavingFn first_above = radimo::simd::pick<LeavingFn>(
-        first_leaving_scalar<true>, first_leaving_sse2<true>, first_leaving_avx2<true>);
+    namespace kernels = radimo::nuc::kernels;
+    static const kernels::Leaving *const leaving =
+        radimo::simd::pick(&kernels::kScalar, RADIMO_X86(kernels::kSse2), RADIMO_X86(kernels::kAvx2),
+                           RADIMO_NEON(kernels::kNeon));
     // The clamped target lies within a unit or two of 0 .. 65535.
     int64_t above = static_cast<int64_t>(std::floor(static_cast<double>(target))) + 1;
     while (matches(target, static_cast<uint32_t>(above))) ++above;
@@ -180,9 +123,9 @@ Stop find_first_stop(const uint16_t *table, uint32_t len, float target) {
         const int64_t e = table[i];
         uint32_t j = i + 1;
         if (e >= above)
-            j = first_below(table, i + 1, len, static_cast<uint16_t>(above));
+            j = leaving->below(table, i + 1, len, static_cast<uint16_t>(above));
         else if (e <= below)
-            j = first_above(table, i + 1, len, static_cast<uint16_t>(below));
+            j = leaving->above(table, i + 1, len, static_cast<uint16_t>(below));
         if (j == len) return stop;  // no entry leaves the side: no stop
         i = j - 1 > i ? j - 1 : i + 1;
     }
@@ -217,13 +160,17 @@ int reverse_calc_NUC_with_nuc_t(const uint16_t *nuc_table, uint16_t *nuc, float 
     switch (stop.kind) {
         case Stop::Kind::kExact:
             *nuc = static_cast<uint16_t>(2 * i);
-            RADIMO_DEBUG("i=%d,nuc_value=%d\n", static_cast<int>(i), static_cast<int>(2 * i));
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+            if (radimo::log::debug_wanted()) {
+                RADIMO_DEBUG("i=%d,nuc_value=%d\n", static_cast<int>(i), static_cast<int>(2 * i));
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+            }
             return RADIMO_SUCCESS;
         case Stop::Kind::kBracket:
             *nuc = static_cast<uint16_t>(2 * bracket_choice(nuc_table, i, target));
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
-            RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i + 1), nuc_table[i + 1]);
+            if (radimo::log::debug_wanted()) {
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i), nuc_table[i]);
+                RADIMO_DEBUG("nuc_table[%d]=%d\n", static_cast<int>(i + 1), nuc_table[i + 1]);
+            }
             return RADIMO_SUCCESS;
         case Stop::Kind::kNone:
             break;

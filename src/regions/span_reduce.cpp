@@ -108,6 +108,9 @@ inline __attribute__((always_inline)) RunStats reduce_vector(const uint16_t *v, 
     return s;
 }
 
+const ReduceFn kReduceScalar = reduce_scalar;
+
+#if defined(RADIMO_KERNELS_X86)
 RunStats reduce_sse2(const uint16_t *v, uint32_t n) {
     return reduce_vector<8u>(v, n);
 }
@@ -116,10 +119,21 @@ RADIMO_TARGET_AVX2 RunStats reduce_avx2(const uint16_t *v, uint32_t n) {
     return reduce_vector<16u>(v, n);
 }
 
+const ReduceFn kReduceSse2 = reduce_sse2;
+const ReduceFn kReduceAvx2 = reduce_avx2;
+#endif
+
 }  // namespace
 
+// Builds without the x86 kernels (ARM among them) run the scalar reduction:
+// there is no NEON form of it yet.
 ReduceFn reduce_kernel() {
-    static const ReduceFn fn = simd::pick<ReduceFn>(reduce_scalar, reduce_sse2, reduce_avx2);
+    constexpr const ReduceFn *kNone = nullptr;
+#if defined(RADIMO_KERNELS_X86)
+    static const ReduceFn fn = *simd::pick(&kReduceScalar, &kReduceSse2, &kReduceAvx2, kNone);
+#else
+    static const ReduceFn fn = *simd::pick(&kReduceScalar, kNone, kNone, kNone);
+#endif
     return fn;
 }
 

@@ -1,5 +1,5 @@
 /* Proves the C ABI: a C99 program that loads the library, selects a log level,
- * installs its own printer and measures a point, a rectangle and a polygon region. */
+ * installs its own printer and a line sink, and measures a point, a rectangle and a polygon region. */
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -13,6 +13,16 @@ static void count_messages(const char *format, ...) {
     va_start(args, format);
     va_end(args);
     if (strncmp(format, "libradimo error [", 17) == 0) ++messages_seen;
+}
+
+/* A line sink: the last error line it received, and how many. */
+static char last_line[256];
+static int lines_sunk = 0;
+
+static void sink_line(void *user, int level, const char *line) {
+    if (user != &lines_sunk || level != RADIMO_LOG_ERROR) return;
+    ++lines_sunk;
+    snprintf(last_line, sizeof last_line, "%s", line);
 }
 
 #define CHECK(cond)                                                                  \
@@ -58,6 +68,14 @@ int main(void) {
 
     CHECK(get_point_temp(frame, resolution, outside, &value) == RADIMO_ERR_PARAM);
     CHECK(messages_seen == 1);
+
+    CHECK(radimo_log_sink_add(sink_line, &lines_sunk, RADIMO_LOG_ERROR) == RADIMO_SUCCESS);
+    CHECK(get_point_temp(frame, resolution, outside, &value) == RADIMO_ERR_PARAM);
+    CHECK(radimo_log_sink_remove(sink_line, &lines_sunk) == RADIMO_SUCCESS);
+    CHECK(messages_seen == 2 && lines_sunk == 1);
+    CHECK(strncmp(last_line, "libradimo error [src/libradimo:", 31) == 0);
+    CHECK(strstr(last_line, "/get_point_temp] the point is invalid\n") != NULL);
+    CHECK(strcmp(radimo_result_name(RADIMO_ERR_PARAM), "RADIMO_ERR_PARAM") == 0);
 
     radimo_log_register(2);
     printf("C ABI ok: rectangle max %u min %u avg %u\n", result.max_temp, result.min_temp, result.avg_temp);

@@ -32,6 +32,41 @@ TEST(Version, IsTheSameStaticString) {
     EXPECT_EQ(first, radimo_version());
 }
 
+TEST(ResultCodes, KeepTheirNumbersAndNamesAndSkipMinus1118) {
+#define RADIMO_CODE(c) \
+    { c, #c }
+    const std::pair<int, std::string> all[] = {
+        RADIMO_CODE(RADIMO_ERR_PARAM),          RADIMO_CODE(RADIMO_ERR_ALLOC),
+        RADIMO_CODE(RADIMO_ERR_FILE),           RADIMO_CODE(RADIMO_ERR_SQUARE_ARRAY),
+        RADIMO_CODE(RADIMO_ERR_AVERAGE),        RADIMO_CODE(RADIMO_ERR_HORZ_NEIGHB),
+        RADIMO_CODE(RADIMO_ERR_VERT_NEIGHB),    RADIMO_CODE(RADIMO_ERR_SLOPE_NEIGHB),
+        RADIMO_CODE(RADIMO_ERR_POINT_SET),      RADIMO_CODE(RADIMO_ERR_HORZ_LINE),
+        RADIMO_CODE(RADIMO_ERR_VERT_LINE),      RADIMO_CODE(RADIMO_ERR_SLOPE_LINE),
+        RADIMO_CODE(RADIMO_ERR_REVERSE_TEMP),   RADIMO_CODE(RADIMO_ERR_REVERSE_NUC),
+        RADIMO_CODE(RADIMO_ERR_ENV_FACTOR),     RADIMO_CODE(RADIMO_ERR_KTBT_INDEX),
+        RADIMO_CODE(RADIMO_ERR_KTBT_CORRECT),   RADIMO_CODE(RADIMO_ERR_KTBT_UPDATE),
+        RADIMO_CODE(RADIMO_ERR_SITF_OFFSET),    RADIMO_CODE(RADIMO_ERR_HUM_INDEX),
+        RADIMO_CODE(RADIMO_ERR_TEMP_INDEX),     RADIMO_CODE(RADIMO_ERR_DIST_INDEX),
+        RADIMO_CODE(RADIMO_ERR_READ_EMS),       RADIMO_CODE(RADIMO_ERR_READ_TAU),
+        RADIMO_CODE(RADIMO_ERR_HUM_CORRECT),    RADIMO_CODE(RADIMO_ERR_TAU_TABLE),
+        RADIMO_CODE(RADIMO_ERR_TEMP_CORRECT),   RADIMO_CODE(RADIMO_ERR_REVERSE_TEMP_CORRECT),
+        RADIMO_CODE(RADIMO_ERR_VAPOR_PRESSURE), RADIMO_CODE(RADIMO_ERR_RECALC_TAU),
+        RADIMO_CODE(RADIMO_ERR_VERSION),        RADIMO_CODE(RADIMO_ERR_TABLE_CALC),
+        RADIMO_CODE(RADIMO_ERR_REMAP)};
+#undef RADIMO_CODE
+    EXPECT_EQ(RADIMO_SUCCESS, 0);
+    EXPECT_STREQ(radimo_result_name(RADIMO_SUCCESS), "RADIMO_SUCCESS");
+    int expected = -1100;
+    for (const auto &[code, name] : all) {
+        if (expected == -1118) --expected;
+        EXPECT_EQ(code, expected--);
+        EXPECT_EQ(radimo_result_name(code), name);
+    }
+    EXPECT_EQ(RADIMO_ERR_REMAP, -1133);
+    for (int unknown : {-1118, -1099, -1134, 1, -1})
+        EXPECT_STREQ(radimo_result_name(unknown), "unknown result code") << unknown;
+}
+
 TEST_F(LevelTest, FreshLibraryIsSilentAndLevelsSelectThePrinters) {
     EXPECT_EQ(radimo_error_print, &radimo_error_void);
     EXPECT_EQ(radimo_debug_print, &radimo_debug_void);

@@ -3,7 +3,7 @@ library failures as RadimoError with the library's own messages."""
 import concurrent.futures
 import subprocess
 import sys
-from ctypes import POINTER, byref, c_float, c_int16, c_uint16
+from ctypes import CFUNCTYPE, POINTER, byref, c_char_p, c_float, c_int16, c_uint16, c_void_p, cast
 from pathlib import Path
 
 import numpy as np
@@ -158,6 +158,22 @@ def test_library_failures_carry_code_name_and_messages():
                                      "temp_correct: data is invalid"]
     with pytest.raises(radimo.RadimoError, match="RADIMO_ERR_PARAM"):
         radimo.measure_point(np.zeros((4, 4), np.uint16), 9, 9)
+
+
+def test_messages_come_through_a_line_sink_and_the_printers_stay_the_hosts():
+    error_print = c_void_p.in_dll(lib, "radimo_error_print")
+    assert error_print.value == cast(lib.radimo_error_void, c_void_p).value  # the import left it alone
+    formats = []
+    host_printer = CFUNCTYPE(None, c_char_p)(formats.append)  # reads the format only
+    error_print.value = cast(host_printer, c_void_p).value
+    try:
+        with pytest.raises(radimo.RadimoError) as caught:
+            radimo.measure_point(np.zeros((4, 4), np.uint16), 9, 9)
+    finally:
+        error_print.value = cast(lib.radimo_error_void, c_void_p).value
+    assert caught.value.messages == ["get_point_temp: the point is invalid"]
+    assert formats == [b"libradimo error [%s:%d/%s] the point is invalid\n"]
+    assert radimo.CODE_NAMES[-1133] == "RADIMO_ERR_REMAP" and -1118 not in radimo.CODE_NAMES
 
 
 @pytest.mark.parametrize("call", [

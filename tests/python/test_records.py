@@ -2,6 +2,7 @@
 import ctypes
 import os
 import re
+import shlex
 import subprocess
 from pathlib import Path
 
@@ -34,5 +35,7 @@ def test_layout_matches_the_compiler(tmp_path):
     program = tmp_path / "layout"
     subprocess.run([os.environ.get("CC", "cc"), "-std=c99", f"-I{INCLUDE}", str(source), "-o", str(program)],
                    check=True)
-    assert subprocess.run([str(program)], check=True, capture_output=True, text=True).stdout.split("\n")[:-1] \
+    # A cross-build's program runs under its emulator (RADIMO_EMULATOR, qemu-user and its options).
+    run = [*shlex.split(os.environ.get("RADIMO_EMULATOR", "")), str(program)]
+    assert subprocess.run(run, check=True, capture_output=True, text=True).stdout.split("\n")[:-1] \
         == python_layout()

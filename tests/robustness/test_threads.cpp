@@ -91,9 +91,17 @@ Results work(int seed) {
     return r;
 }
 
+std::atomic<long> g_sunk{0};
+
+// A line sink beside the printers: it must hear every line they print.
+void counting_sink(void *, int, const char *line) {
+    g_sunk.fetch_add(line[0] == 'l' ? 1 : 0, std::memory_order_relaxed);
+}
+
 TEST(Threads, ConcurrentCallsGiveTheSingleThreadedResults) {
     radimo_error_print = counting_printer;  // set once, before any thread starts
     radimo_debug_print = counting_printer;
+    ASSERT_EQ(radimo_log_sink_add(counting_sink, nullptr, RADIMO_LOG_DEBUG), RADIMO_SUCCESS);
     constexpr int kThreads = 4;
     std::vector<Results> expected;
     for (int t = 0; t < kThreads; ++t) expected.push_back(work(t));
@@ -104,9 +112,11 @@ TEST(Threads, ConcurrentCallsGiveTheSingleThreadedResults) {
     for (int t = 0; t < kThreads; ++t) threads.emplace_back([&, t] { got[t] = work(t); });
     for (auto &thread : threads) thread.join();
     radimo_log_register(2);
+    ASSERT_EQ(radimo_log_sink_remove(counting_sink, nullptr), RADIMO_SUCCESS);
 
     EXPECT_EQ(got, expected);
     EXPECT_EQ(g_lines.load(), lines_alone);
+    EXPECT_EQ(g_sunk.load(), 2 * lines_alone);
     EXPECT_GT(lines_alone, kThreads);  // logging was on and busy
 }
 

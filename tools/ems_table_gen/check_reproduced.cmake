@@ -1,6 +1,8 @@
 # Runs the generator into OUTPUT and requires it to equal COMMITTED byte for byte.
-#   cmake -DGENERATOR=... -DOUTPUT=... -DCOMMITTED=... -P check_reproduced.cmake
-execute_process(COMMAND ${GENERATOR} ${OUTPUT} RESULT_VARIABLE generated)
+#   cmake [-DEMULATOR=...] -DGENERATOR=... -DOUTPUT=... -DCOMMITTED=... -P check_reproduced.cmake
+# EMULATOR runs the generator of a cross-build (qemu-user and its options).
+separate_arguments(EMULATOR)
+execute_process(COMMAND ${EMULATOR} ${GENERATOR} ${OUTPUT} RESULT_VARIABLE generated)
 if(NOT generated EQUAL 0)
     message(FATAL_ERROR "ems_table_gen failed (${generated})")
 endif()
