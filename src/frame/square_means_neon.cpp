@@ -4,6 +4,7 @@
 
 #include <arm_neon.h>
 
+#include "core/neon_lanes.h"
 #include "core/simd_target.h"
 #include "frame/square_means_kernels.h"
 
@@ -77,35 +78,6 @@ RADIMO_TARGET_NEON void row5_neon(const uint16_t *p, uint32_t n, uint16_t *out) 
     if (i < n) row5_means8(p + n - 8, out + n - 8);  // overlapping tail
 }
 
-// Horizontal maximum (kMax) or minimum of eight lanes, and "any lane set".
-template <bool kMax>
-RADIMO_TARGET_NEON inline uint16_t extreme_lane(uint16x8_t v) {
-#if defined(__aarch64__)
-    return kMax ? vmaxvq_u16(v) : vminvq_u16(v);
-#else
-    uint16x4_t m =
-        kMax ? vpmax_u16(vget_low_u16(v), vget_high_u16(v)) : vpmin_u16(vget_low_u16(v), vget_high_u16(v));
-    for (int step = 0; step < 2; ++step) m = kMax ? vpmax_u16(m, m) : vpmin_u16(m, m);
-    return vget_lane_u16(m, 0);
-#endif
-}
-
-RADIMO_TARGET_NEON inline bool any_lane(uint16x8_t v) {
-    const uint64x2_t words = vreinterpretq_u64_u16(v);
-    return (vgetq_lane_u64(words, 0) | vgetq_lane_u64(words, 1)) != 0;
-}
-
-// Last index of a value known to occur in v[0 .. n - 1], eight entries at a time from the end.
-RADIMO_TARGET_NEON inline uint32_t last_equal(const uint16_t *v, uint32_t n, uint16_t x) {
-    const uint16x8_t target = vdupq_n_u16(x);
-    uint32_t i = n;
-    for (; i >= 8; i -= 8)
-        if (any_lane(vceqq_u16(vld1q_u16(v + i - 8), target))) break;
-    do --i;
-    while (v[i] != x);
-    return i;
-}
-
 // Extremes and sum eight lanes at a time (n <= 1024: the pairwise lane sums
 // cannot overflow), then the last position of each extreme.
 RADIMO_TARGET_NEON ChunkStats reduce_neon(const uint16_t *v, uint32_t n) {
@@ -119,8 +91,8 @@ RADIMO_TARGET_NEON ChunkStats reduce_neon(const uint16_t *v, uint32_t n) {
         lo8 = vminq_u16(lo8, x);
         sum4 = vpadalq_u16(sum4, x);
     }
-    uint16_t hi = extreme_lane<true>(hi8);
-    uint16_t lo = extreme_lane<false>(lo8);
+    uint16_t hi = simd::neon::extreme_lane<true>(hi8);
+    uint16_t lo = simd::neon::extreme_lane<false>(lo8);
     uint32_t sum =
         vgetq_lane_u32(sum4, 0) + vgetq_lane_u32(sum4, 1) + vgetq_lane_u32(sum4, 2) + vgetq_lane_u32(sum4, 3);
     for (; i < n; ++i) {
@@ -128,7 +100,7 @@ RADIMO_TARGET_NEON ChunkStats reduce_neon(const uint16_t *v, uint32_t n) {
         lo = v[i] < lo ? v[i] : lo;
         sum += v[i];
     }
-    return ChunkStats{hi, lo, last_equal(v, n, hi), last_equal(v, n, lo), sum};
+    return ChunkStats{hi, lo, simd::neon::last_equal(v, n, hi), simd::neon::last_equal(v, n, lo), sum};
 }
 
 }  // namespace
