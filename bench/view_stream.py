@@ -8,10 +8,11 @@ A feeder writes raw u16 frames (a warm spot moving over a room, in 1/16 K) into
 the pipe (its first four samples: milliseconds since 1970, 16 bits each). The
 page, driven by Selenium, shows them; afterwards it reports each shown frame
 with the time it was on the canvas. Printed: frames fed and shown, the shown
-rate, the pipe-to-screen latency (median, 95th percentile, max), the server's
-CPU time as a share of one core (from /proc), and the page's times for a hover
-readout and for a dragged box's statistics (request to answer, over 60 drag
-steps). Nothing here is a pass/fail test: the figures go to docs/view.md.
+rate, the pipe-to-screen latency (median, 95th percentile, max), the CPU time
+of the server and of the browser's processes (from /proc), the load average,
+and the page's times for a hover readout and for a dragged box's statistics
+(request to answer, over 60 drag steps). Nothing here is a pass/fail test: the
+figures go to docs/performance.md.
 """
 import argparse
 import os
@@ -26,10 +27,16 @@ import time
 import numpy as np
 
 
-def cpu_seconds(pid):
-    with open(f"/proc/{pid}/stat") as f:
-        fields = f.read().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+def cpu_seconds(*pids):
+    total = 0
+    for pid in pids:
+        try:
+            with open(f"/proc/{pid}/stat") as f:
+                fields = f.read().rsplit(")", 1)[1].split()
+        except OSError:  # gone meanwhile
+            continue
+        total += int(fields[11]) + int(fields[12])
+    return total / os.sysconf("SC_CLK_TCK")
 
 
 def main():
@@ -54,9 +61,10 @@ def main():
             break
     options = webdriver.ChromeOptions()
     options.binary_location = "/usr/bin/chromium"
+    profile = tempfile.mkdtemp()
     for flag in ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                  "--disable-background-networking", "--disable-component-update", "--disable-sync",
-                 "--disable-dev-shm-usage", f"--user-data-dir={tempfile.mkdtemp()}", "--window-size=1400,900"]:
+                 "--disable-dev-shm-usage", f"--user-data-dir={profile}", "--window-size=1400,900"]:
         options.add_argument(flag)
     browser = webdriver.Chrome(service=webdriver.chrome.service.Service("/usr/bin/chromedriver"), options=options)
     browser.get(url)
@@ -85,13 +93,17 @@ def main():
             fed.append(stamp)
 
     time.sleep(1.0)
-    cpu0, wall0 = cpu_seconds(view.pid), time.time()
+    found = subprocess.run(["pgrep", "-f", f"user-data-dir={profile}"], capture_output=True, text=True)
+    browser_pids = [int(p) for p in found.stdout.split()]
+    cpu0, browser0, wall0 = cpu_seconds(view.pid), cpu_seconds(*browser_pids), time.time()
     feeder = threading.Thread(target=feed)
     feeder.start()
     feeder.join()
     time.sleep(0.5)
     cpu = cpu_seconds(view.pid) - cpu0
+    browser_cpu = cpu_seconds(*browser_pids) - browser0
     wall = time.time() - wall0
+    load = os.getloadavg()
 
     shown = browser.execute_script("return window.radimoView.timings().frames")
     latencies = []
@@ -152,6 +164,9 @@ def main():
     print(f"  of which       server to screen median {statistics.median(arrival):.0f} ms; "
           f"drawing a frame in the page median {statistics.median(drawing):.1f} ms, max {drawing[-1]:.1f} ms")
     print(f"server CPU       {cpu:.2f} s in {wall:.1f} s: {cpu / wall:.0%} of one core")
+    print(f"browser CPU      {browser_cpu:.2f} s: {browser_cpu / wall:.0%} of one core, "
+          f"{1000 * browser_cpu / max(1, len(latencies)):.1f} ms a frame shown")
+    print(f"load average     {load[0]:.1f} {load[1]:.1f} {load[2]:.1f} on {os.cpu_count()} CPUs")
     print(f"hover readout    median {statistics.median(hover):.2f} ms, max {max(hover):.2f} ms (in the page)")
     print(f"box statistics   median {statistics.median(measures):.1f} ms, 95% {pct(measures, 95):.1f} ms, "
           f"max {measures[-1]:.1f} ms over {len(measures)} drag updates (request to answer)")

@@ -130,15 +130,10 @@ void run_measure(const MeasureOptions &o) {
         }
         // The difference of each region's mean from the first region's (object temperatures under a
         // region's own scene).
-        for (std::size_t k = 1; k < results.size(); ++k) {
-            const double dt = results[k].mean_celsius() - results[0].mean_celsius();
-            if (o.json)
-                j["delta_t"].push_back(
-                    {{"from", results[0].label}, {"to", results[k].label}, {"mean_k", dt}});
-            else if (!o.csv)
-                std::printf("     \u0394T %s - %s: %+.2f K (means)\n", results[k].label.c_str(),
-                            results[0].label.c_str(), dt);
-        }
+        if (o.json && results.size() > 1) j["delta_t"] = delta_t_json(results);
+        for (std::size_t k = 1; k < results.size() && !o.json && !o.csv; ++k)
+            std::printf("     \u0394T %s - %s: %+.2f K (means)\n", results[k].label.c_str(),
+                        results[0].label.c_str(), results[k].mean_celsius() - results[0].mean_celsius());
         if (measured.non_finite > 0)
             warnings().add(o.input + ":nan",
                            o.input + ": " + std::to_string(measured.non_finite) +

@@ -61,13 +61,8 @@ void prepare_frame(const Frame &frame, std::size_t index, const FrameConverter &
         request.regions.push_back(measure_region(measured, r, std::nullopt));
     }
     request.outlines.clear();
-    for (ShapeRegion &g : marks.shapes) {
-        const ShapeResult m = measure_shape(measured, g, marks.camera, 0, false);
-        char label[48];
-        std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", m.mean_celsius(),
-                      m.object ? " (own scene)" : "");
-        request.outlines.push_back(outline_mark(g, g.label + label));
-    }
+    for (ShapeRegion &g : marks.shapes)
+        request.outlines.push_back(shape_mark(g, measure_shape(measured, g, marks.camera, 0, false)));
     request.celsius = &celsius;
     request.measured = &measured;
     request.unit = temperatures_from(frame, converter);

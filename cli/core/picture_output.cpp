@@ -93,6 +93,13 @@ OutlineMark outline_mark(const ShapeRegion &g, std::string label) {
     return o;
 }
 
+OutlineMark shape_mark(const ShapeRegion &g, const ShapeResult &m) {
+    char label[48];
+    std::snprintf(label, sizeof label, " mean %.1f \u00b0C%s", m.mean_celsius(),
+                  m.object ? " (own scene)" : "");
+    return outline_mark(g, g.label + label);
+}
+
 Picture draw_picture(const PictureRequest &request, bool rgb) {
     const Frame &c = *request.celsius;
     const MeasuredFrame &m = *request.measured;

@@ -37,6 +37,9 @@ std::string palette_choices(const char *separator);
 // The outline of a region as the picture draws it: a polygon's edges, an ellipse, the border of a
 // rectangle's or a mask's pixels.
 OutlineMark outline_mark(const ShapeRegion &region, std::string label);
+// A measured region's outline labelled as pictures show it: "E1 mean 45.3 °C" (with " (own scene)"
+// under a scene of its own).
+OutlineMark shape_mark(const ShapeRegion &region, const ShapeResult &result);
 // "65.2 °C": a value of the measured frame, to a tenth of a degree.
 std::string celsius_label(const MeasuredFrame &frame, double value);
 

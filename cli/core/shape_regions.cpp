@@ -385,6 +385,15 @@ nlohmann::ordered_json shape_json(const MeasuredFrame &f, const ShapeRegion &g, 
     return j;
 }
 
+nlohmann::ordered_json delta_t_json(const std::vector<ShapeResult> &results) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (std::size_t k = 1; k < results.size(); ++k)
+        list.push_back({{"from", results[0].label},
+                        {"to", results[k].label},
+                        {"mean_k", results[k].mean_celsius() - results[0].mean_celsius()}});
+    return list;
+}
+
 std::string shape_text(const MeasuredFrame &f, const ShapeResult &m, int indent) {
     const std::string pad(static_cast<std::size_t>(indent), ' ');
     std::string text = trimmed_text(f, m.stats.trimmed, "3x3 trimmed") + "\n" + pad +

@@ -88,6 +88,9 @@ ShapeResult measure_shape(const MeasuredFrame &frame, ShapeRegion &region, const
 // "object" (its own scene, degC) where they apply.
 nlohmann::ordered_json shape_json(const MeasuredFrame &frame, const ShapeRegion &region,
                                   const ShapeResult &result);
+// For each region after the first, its mean less the first one's (object temperatures under a
+// region's own scene): [{"from", "to", "mean_k"}...], as measure --json reports them.
+nlohmann::ordered_json delta_t_json(const std::vector<ShapeResult> &results);
 // The lines of a measured region after `indent` columns (the first line without the indent).
 std::string shape_text(const MeasuredFrame &frame, const ShapeResult &result, int indent);
 

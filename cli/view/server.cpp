@@ -13,6 +13,10 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 
+// A streamed answer ends when no frame came for this long: a page that went away without a word is
+// noticed only by a write, and a thread is not held for it longer than this.
+constexpr int kStreamIdleMilliseconds = 2000;
+
 void send_error(Response &res, int status, const std::string &message) {
     res.status = status;
     res.set_content(json_text(nlohmann::ordered_json{{"error", message}}), "application/json");
@@ -74,6 +78,8 @@ ToolTexts tools_of(const Request &req) {
     all("point", tools.points);
     all("line", tools.lines);
     all("rect", tools.rects);
+    all("polygon", tools.polygons);
+    all("ellipse", tools.ellipses);
     return tools;
 }
 
@@ -128,8 +134,42 @@ void get_frame(Session &session, const Request &req, Response &res) {
             return;
         }
     }
-    const std::vector<RegionResult> measured = session.measure(*frame, tools_of(req));
+    const MeasuredTools measured = session.measure(*frame, tools_of(req));
     res.set_content(session.frame_message(*frame, measured), "application/octet-stream");
+}
+
+// A live stream's frames in one answer, each as it comes: a little-endian u32 length, then the frame
+// message (as /api/frame sends it). One request for the whole stream instead of one a frame; each
+// frame is the newest when the one before has been written, so a slow reader gets fewer frames, not
+// older ones. It ends with the stream, after a pause of the stream, or at the first frame the tools
+// cannot be measured on (the page then asks /api/frame, which says why).
+void get_frames(Session &session, const Request &req, Response &res) {
+    if (!session.source().live()) throw RequestError(400, "only a live stream's frames are streamed");
+    const std::string after = param(req, "after").value_or("none");
+    std::optional<uint64_t> previous =
+        after == "none" ? std::nullopt : std::optional<uint64_t>(parse_index(after, "after"));
+    res.set_chunked_content_provider(
+        "application/octet-stream",
+        [&session, tools = tools_of(req), previous](std::size_t, httplib::DataSink &sink) mutable {
+            std::string message;
+            try {
+                const ShownFramePtr frame =
+                    session.next(previous, std::chrono::milliseconds(kStreamIdleMilliseconds));
+                if (!frame) {  // the stream ended or paused: the page asks /api/frame, then again
+                    sink.done();
+                    return true;
+                }
+                previous = frame->source->index;
+                message = session.frame_message(*frame, session.measure(*frame, tools));
+            } catch (const std::exception &) {  // the page asks /api/frame, which says why
+                sink.done();
+                return true;
+            }
+            const auto length = static_cast<uint32_t>(message.size());
+            char head[4];
+            for (int i = 0; i < 4; ++i) head[i] = static_cast<char>((length >> (8 * i)) & 0xFF);
+            return sink.write(head, sizeof head) && sink.write(message.data(), message.size());
+        });
 }
 
 void get_measure(Session &session, const Request &req, Response &res) {
@@ -145,6 +185,7 @@ void get_measure(Session &session, const Request &req, Response &res) {
         for (const auto &record : report["frames"]) {
             nlohmann::ordered_json head = record;
             head.erase("measurements");
+            head.erase("delta_t");
             for (const auto &m : record["measurements"]) {
                 nlohmann::ordered_json row = head;
                 row.update(m);
@@ -235,6 +276,7 @@ void install_routes(httplib::Server &http, Session &session, const Access &acces
              [&session, &access](const Request &req, Response &res) { get_page(session, access, req, res); });
     http.Get("/api/info", [&session](const Request &, Response &res) { send_json(res, session.info()); });
     http.Get("/api/frame", route(get_frame));
+    http.Get("/api/frames", route(get_frames));
     http.Get("/api/measure", route(get_measure));
     http.Get("/api/picture.png", route(get_picture));
     http.Get("/api/scene", [&session](const Request &, Response &res) { send_json(res, session.scene()); });

@@ -157,26 +157,35 @@ ShownFramePtr Session::next(std::optional<uint64_t> after, std::chrono::millisec
     return keep(convert(source, c), c.generation);
 }
 
-std::vector<RegionResult> Session::measure(const ShownFrame &frame, const ToolTexts &tools) const {
-    if (tools.points.size() + tools.lines.size() + tools.rects.size() > kMaxTools)
+MeasuredTools Session::measure(const ShownFrame &frame, const ToolTexts &tools) const {
+    if (tools.count() > kMaxTools)
         throw RequestError(400, "at most " + std::to_string(kMaxTools) + " tools are measured at once");
-    std::vector<RegionResult> measured;
+    MeasuredTools measured;
     try {
         for (const Region &r : parse_regions(tools.points, tools.lines, tools.rects)) {
             check_inside(r, frame.measured.width, frame.measured.height);
-            measured.push_back(measure_region(frame.measured, r, std::nullopt));
+            measured.regions.push_back(measure_region(frame.measured, r, std::nullopt));
         }
+        // No mask and no regions file: nothing of a request reaches the file system.
+        measured.shapes = parse_shape_regions(tools.polygons, tools.ellipses, {}, {});
+        for (ShapeRegion &g : measured.shapes)
+            measured.shape_results.push_back(measure_shape(frame.measured, g, nullptr));
     } catch (const Error &e) {
         throw RequestError(400, e.what());
     }
     return measured;
 }
 
-ordered_json Session::report(const ShownFrame &frame, const std::vector<RegionResult> &measured) const {
+ordered_json Session::report(const ShownFrame &frame, const MeasuredTools &measured) const {
     ordered_json record =
         measured_frame_json(frame.source->file_index, converter_of(frame), frame.input, frame.measured);
     record["measurements"] = ordered_json::array();
-    for (const RegionResult &m : measured) record["measurements"].push_back(region_json(frame.measured, m));
+    for (const RegionResult &m : measured.regions)
+        record["measurements"].push_back(region_json(frame.measured, m));
+    for (std::size_t k = 0; k < measured.shapes.size(); ++k)
+        record["measurements"].push_back(
+            shape_json(frame.measured, measured.shapes[k], measured.shape_results[k]));
+    if (measured.shape_results.size() > 1) record["delta_t"] = delta_t_json(measured.shape_results);
     ordered_json report = {{"file", frame.source->origin}};
     report["frames"] = ordered_json::array({record});
     // The doubts about the input seen so far (every frame converted, by any request), as measure
@@ -185,7 +194,7 @@ ordered_json Session::report(const ShownFrame &frame, const std::vector<RegionRe
     return report;
 }
 
-std::string Session::frame_message(const ShownFrame &frame, const std::vector<RegionResult> &measured) const {
+std::string Session::frame_message(const ShownFrame &frame, const MeasuredTools &measured) const {
     const Frame &c = frame.celsius;
     ordered_json j = {{"index", frame.source->index},
                       {"count", source_->count()},
@@ -223,13 +232,15 @@ std::string Session::frame_message(const ShownFrame &frame, const std::vector<Re
     return message;
 }
 
-Picture Session::picture(const ShownFrame &frame, const std::vector<RegionResult> &measured,
+Picture Session::picture(const ShownFrame &frame, const MeasuredTools &measured,
                          const PictureSettings &settings) const {
     PictureRequest request;
     request.celsius = &frame.celsius;
     request.measured = &frame.measured;
     request.unit = temperatures_from(frame.input, converter_of(frame));
-    request.regions = measured;
+    request.regions = measured.regions;
+    for (std::size_t k = 0; k < measured.shapes.size(); ++k)
+        request.outlines.push_back(shape_mark(measured.shapes[k], measured.shape_results[k]));
     request.palette = find_palette(settings.palette);
     if (request.palette == nullptr) throw RequestError(400, "unknown palette '" + settings.palette + "'");
     request.range = settings.range;

@@ -18,6 +18,7 @@
 #include "core/picture_output.h"
 #include "core/profile.h"
 #include "core/regions.h"
+#include "core/shape_regions.h"
 #include "core/statistics.h"
 #include "view/frame_source.h"
 
@@ -61,10 +62,21 @@ struct RequestError : std::runtime_error {
 // JSON as text; bytes that are not UTF-8 (in a request's words, a file's name) become U+FFFD.
 std::string json_text(const nlohmann::ordered_json &j, int indent = -1);
 
-// The tools of a request: "point", "line" and "rect" values as --point, --line and --rect take them.
+// The tools of a request: "point", "line", "rect", "polygon" and "ellipse" values as --point,
+// --line, --rect, --polygon and --ellipse take them.
 struct ToolTexts {
-    std::vector<std::string> points, lines, rects;
-    bool empty() const { return points.empty() && lines.empty() && rects.empty(); }
+    std::vector<std::string> points, lines, rects, polygons, ellipses;
+    std::size_t count() const {
+        return points.size() + lines.size() + rects.size() + polygons.size() + ellipses.size();
+    }
+};
+
+// The tools measured on a frame, in `radimo measure` order: points, lines and rectangles, then
+// polygons and ellipses (with their results, index for index).
+struct MeasuredTools {
+    std::vector<RegionResult> regions;
+    std::vector<ShapeRegion> shapes;
+    std::vector<ShapeResult> shape_results;
 };
 
 // The display settings of a picture export.
@@ -87,16 +99,16 @@ public:
     // The next frame after `after` (live: the newest once it is newer); nullptr when none came in time.
     ShownFramePtr next(std::optional<uint64_t> after, std::chrono::milliseconds wait);
 
-    // The tools measured on a shown frame, in `radimo measure` order (points, lines, rectangles).
-    std::vector<RegionResult> measure(const ShownFrame &frame, const ToolTexts &tools) const;
+    // The tools measured on a shown frame, as `radimo measure` measures them.
+    MeasuredTools measure(const ShownFrame &frame, const ToolTexts &tools) const;
     // The report of `radimo measure --json` for this frame and these tools.
-    nlohmann::ordered_json report(const ShownFrame &frame, const std::vector<RegionResult> &measured) const;
+    nlohmann::ordered_json report(const ShownFrame &frame, const MeasuredTools &measured) const;
     // The message the page reads a frame from: a little-endian u32 length, that many bytes of JSON
     // (index, size, units, scale, extremes and the measurements), zero bytes up to a multiple of 4,
     // then the samples row by row (u16 or float32, little-endian).
-    std::string frame_message(const ShownFrame &frame, const std::vector<RegionResult> &measured) const;
+    std::string frame_message(const ShownFrame &frame, const MeasuredTools &measured) const;
     // The PNG of `radimo render` with these settings.
-    Picture picture(const ShownFrame &frame, const std::vector<RegionResult> &measured,
+    Picture picture(const ShownFrame &frame, const MeasuredTools &measured,
                     const PictureSettings &settings) const;
 
     // The scene as the page edits it, and its change (RequestError 400 for a refused value).

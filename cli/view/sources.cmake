@@ -6,7 +6,7 @@ set(RADIMO_VIEW_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(RADIMO_VIEW_SOURCES access.cpp assets.cpp file_source.cpp live_source.cpp recorder.cpp server.cpp
     session.cpp v4l2_formats.cpp v4l2_reader.cpp)
 list(TRANSFORM RADIMO_VIEW_SOURCES PREPEND ${RADIMO_VIEW_DIR}/)
-set(RADIMO_VIEW_PAGE index.html viewer.css viewer.js)
+set(RADIMO_VIEW_PAGE index.html viewer.css viewer.js frames.js live.js)
 
 # Adds the viewer's sources and its embedded page to `target`.
 function(radimo_add_view_sources target)

@@ -102,15 +102,32 @@ def test_hover_and_a_dragged_box_read_what_the_library_and_measure_read(demo, vi
 
     # A box drawn over the mug, then dragged by its body: each time what `measure --json` says.
     browser.find_element("id", "tool-box").click()
-    pointer(browser, [("move", 420, 300), ("down",), ("move", 470, 330), ("move", 480, 345), ("up",)])
-    for box, moved in [((420, 300, 61, 46), None), ((400, 310, 61, 46), ((450, 320), (430, 330)))]:
+    pointer(browser, [("move", 410, 320), ("down",), ("move", 450, 345), ("move", 470, 365), ("up",)])
+    for box, moved in [((410, 320, 61, 46), None), ((425, 330, 61, 46), ((440, 340), (455, 350)))]:
         if moved:
             pointer(browser, [("move", *moved[0]), ("down",), ("move", *moved[1]), ("up",)])
         rect = ",".join(map(str, box))
         r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", rect, "--json")
         expected = json.loads(r.stdout)["frames"][0]["measurements"][0]
         wait_for(lambda: tool_results(browser) == [expected], what=f"the box {rect} measured")
-    screenshot("box-on-the-mug")
+
+    # An ellipse dragged over the can and a polygon clicked around the face, a corner then moved:
+    # the three tools as `measure --json` reports them.
+    browser.find_element("id", "tool-ellipse").click()
+    pointer(browser, [("move", 555, 325), ("down",), ("move", 570, 360), ("move", 590, 385), ("up",)])
+    browser.find_element("id", "tool-polygon").click()
+    corners = [(222, 190), (335, 188), (342, 255), (318, 318), (240, 318), (215, 255)]
+    for x, y in corners + [corners[0]]:
+        pointer(browser, [("move", x, y), ("down",), ("up",)])
+    pointer(browser, [("move", 318, 318), ("down",), ("move", 322, 322), ("up",)])
+    corners[3] = (322, 322)
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--rect", "425,330,61,46", "--polygon",
+               ",".join(f"{x},{y}" for x, y in corners), "--ellipse", "572.5,355,18,30.5", "--json")
+    expected = {m["kind"]: m for m in json.loads(r.stdout)["frames"][0]["measurements"]}
+    assert list(expected) == ["rect", "polygon", "ellipse"]
+    wait_for(lambda: {m["kind"]: m for m in tool_results(browser) if m} == expected,
+             what="the box, polygon and ellipse measured")
+    screenshot("box-polygon-ellipse")
     assert console_errors(browser) == []
 
 
@@ -152,7 +169,7 @@ def test_a_sequence_steps_and_plays(demo, viewer, browser):
 
 
 def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screenshot, tmp_path):
-    width, height, frames = 160, 120, 40
+    width, height, frames = 160, 120, 60
     record = tmp_path / "live.tiff"
     import subprocess
     v = viewer("--stdin", "--size", f"{width}x{height}", "--record", record, stdin=subprocess.PIPE)
@@ -172,9 +189,14 @@ def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screensh
     thread.start()
     counts = set()
     wait_for(lambda: counts.add(text(browser, "frame-counter")) or len(counts) >= 5, what="live frames")
+    # A box drawn while the frames come: the later frames arrive with its statistics.
+    browser.find_element("id", "tool-box").click()
+    pointer(browser, [("move", 20, 20), ("down",), ("move", 40, 35), ("move", 60, 50), ("up",)])
     thread.join()
     wait_for(lambda: "stream ended" in text(browser, "status"), what="the end of the stream")
-    assert browser.execute_script("return window.radimoView.shown().index") == frames - 1
+    last = browser.execute_script("return window.radimoView.shown()")
+    assert last["index"] == frames - 1
+    assert [m["label"] for m in last["report"]["frames"][0]["measurements"]] == ["R1"]
     screenshot("live-stdin")
     assert console_errors(browser) == []
     out = v.stop()
@@ -185,24 +207,25 @@ def test_frames_through_stdin_advance_and_are_recorded(viewer, browser, screensh
 
 def test_exports_are_what_measure_and_render_write(demo, viewer, tmp_path):
     v = viewer(demo / "raw.tiff", "--camera", demo / "camera")
-    tools = "point=458,340&line=380,355,630,355&rect=250,232,60,13"
-    report = v.json(f"/api/measure?index=1&{tools}")
-    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--point", "458,340",
-               "--line", "380,355,630,355", "--rect", "250,232,60,13", "--json")
+    tools = {"point": "458,340", "line": "380,355,630,355", "rect": "250,232,60,13",
+             "polygon": "430,330,480,332,476,380,428,378", "ellipse": "250,200,30,40"}
+    query = "&".join(f"{k}={v}" for k, v in tools.items())
+    options = [a for k, v in tools.items() for a in (f"--{k}", v)]
+    report = v.json(f"/api/measure?index=1&{query}")
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", *options, "--json")
     expected = json.loads(r.stdout)
     assert report["frames"][0] == expected["frames"][1]
-    status, headers, csv = v.get(f"/api/measure?index=1&{tools}&format=csv&download=1")
+    status, headers, csv = v.get(f"/api/measure?index=1&{query}&format=csv&download=1")
     assert status == 200 and "attachment" in headers["Content-Disposition"]
-    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", "--point", "458,340",
-               "--line", "380,355,630,355", "--rect", "250,232,60,13", "--csv")
+    r = radimo("measure", demo / "raw.tiff", "--camera", demo / "camera", *options, "--csv")
     lines = r.stdout.splitlines()
     assert csv.decode().splitlines() == [lines[0]] + [l for l in lines[1:] if l.startswith("1,")]
 
-    status, _, png = v.get("/api/picture.png?index=0&palette=lava&range=15,70&isotherm=60,70&rect=420,310,76,82")
+    status, _, png = v.get(f"/api/picture.png?index=0&palette=lava&range=15,70&isotherm=60,70&{query}")
     assert status == 200
     out = tmp_path / "render.png"
     r = radimo("render", demo / "raw.tiff", "--camera", demo / "camera", "-o", out, "--palette", "lava",
-               "--range", "15,70", "--isotherm", "60,70", "--rect", "420,310,76,82")
+               "--range", "15,70", "--isotherm", "60,70", *options)
     assert r.returncode == 0, r.stderr
     assert png == out.read_bytes()
 

@@ -23,33 +23,42 @@
     return body;
   }
 
-  // The frame message: u32 length, JSON, padding to 4 bytes, then u16 or float32 samples.
-  function decodeFrame(buffer) {
-    const length = new DataView(buffer).getUint32(0, true);
-    const meta = JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length)));
-    const start = Math.ceil((4 + length) / 4) * 4;
-    const pixels = meta.width * meta.height;
-    const samples = meta.samples === 'u16' ? new Uint16Array(buffer, start, pixels) : new Float32Array(buffer, start, pixels);
-    return { meta, samples, width: meta.width, height: meta.height, divisor: meta.divisor || 0 };
-  }
-
   // The shown temperature of pixel i in degC, exactly the library's float value.
   function celsiusAt(frame, i) {
     const v = frame.samples[i];
     return frame.divisor ? Math.fround(v / frame.divisor - KELVIN) : v;
   }
 
-  // Tools as the server's query takes them, grouped by kind in `radimo measure` order.
+  // The kinds of tool in the order `radimo measure` reports them, and their labels' letters.
+  const KINDS = ['point', 'line', 'rect', 'polygon', 'ellipse'];
+  const LETTERS = { point: 'P', line: 'L', rect: 'R', polygon: 'G', ellipse: 'E' };
+
+  // The tools measured (a polygon being drawn is not yet), as indices into state.tools in the
+  // order of the server's results.
+  function measuredOrder() {
+    const order = [];
+    for (const kind of KINDS) state.tools.forEach((t, i) => { if (t.kind === kind && !t.open) order.push(i); });
+    return order;
+  }
+
+  // Tools as the server's query takes them (--point, --line, --rect, --polygon, --ellipse).
   function toolParams(params) {
-    for (const kind of ['point', 'line', 'rect']) {
-      for (const t of state.tools) if (t.kind === kind) params.push([kind, toolText(t)]);
-    }
+    for (const i of measuredOrder()) params.push([state.tools[i].kind, toolText(state.tools[i])]);
     return params;
+  }
+
+  // What was asked for, to match the answer with the tools as they are when it comes.
+  function askedTools() {
+    return measuredOrder().map((i) => `${state.tools[i].kind}=${toolText(state.tools[i])}`);
   }
 
   function toolText(t) {
     if (t.kind === 'point') return `${t.x},${t.y}`;
     if (t.kind === 'line') return `${t.x0},${t.y0},${t.x1},${t.y1}`;
+    if (t.kind === 'polygon') return t.points.map((p) => `${p.x},${p.y}`).join(',');
+    // An ellipse is kept as the box of pixels it is inscribed in; pixel centres are the library's
+    // coordinates, so its centre is the box's middle pixel and its radii half the box.
+    if (t.kind === 'ellipse') return `${t.x + (t.w - 1) / 2},${t.y + (t.h - 1) / 2},${t.w / 2},${t.h / 2}`;
     return `${t.x},${t.y},${t.w},${t.h}`;
   }
 
@@ -69,12 +78,13 @@
     live: false,
     playing: false,
     fps: 10,
-    tools: [],       // { kind, x, y | x0, y0, x1, y1 | x, y, w, h, result }
+    tools: [],       // { kind, x, y | x0, y0, x1, y1 | x, y, w, h | points, open; result }
     selected: -1,
     mode: 'select',
     zoom: 1, panX: 0, panY: 0, fitted: true,
     drag: null,
     hover: null,     // frame pixel under the cursor
+    rubber: null,    // the pixel a polygon being drawn would take next
     latency: [],     // live: milliseconds from the frame's arrival at the server to the screen
     shownTimes: [],  // times frames were shown, for the frame rate
     history: [],     // the frames shown lately: index, arrival, time shown, first samples
@@ -134,6 +144,8 @@
     return [lo, hi];
   }
 
+  let picture = null;
+
   function paintFrame() {
     const frame = state.frame;
     if (!frame) return;
@@ -151,8 +163,12 @@
     const span = hi - lo;
     const iso = currentIsotherm();
     const ctx = canvas.getContext('2d');
-    const image = ctx.createImageData(frame.width, frame.height);
-    const out = new Uint32Array(image.data.buffer);
+    // One picture buffer, reused while the size stays (a live stream would make one per frame).
+    if (!picture || picture.width !== frame.width || picture.height !== frame.height) {
+      picture = ctx.createImageData(frame.width, frame.height);
+      picture.out = new Uint32Array(picture.data.buffer);
+    }
+    const image = picture, out = picture.out;
     const n = frame.width * frame.height;
     if (frame.divisor) {
       // 16-bit samples: one colour per possible value, then a lookup per pixel.
@@ -384,22 +400,22 @@
 
   // ---- Tools on the picture --------------------------------------------------------------------
 
+  // P1, L1, R1, G1, E1...: numbered per kind in the order drawn, as `radimo measure` numbers them.
   function toolLabels() {
-    const counters = { point: 0, line: 0, rect: 0 };
-    const letters = { point: 'P', line: 'L', rect: 'R' };
-    return state.tools.map((t) => `${letters[t.kind]}${++counters[t.kind]}`);
+    const counters = {};
+    return state.tools.map((t) => `${LETTERS[t.kind]}${counters[t.kind] = (counters[t.kind] || 0) + 1}`);
   }
 
-  // Results come back points first, then lines, then rectangles (each in the page's order).
-  function assignResults(measurements) {
-    const order = [];
-    for (const kind of ['point', 'line', 'rect']) state.tools.forEach((t, i) => { if (t.kind === kind) order.push(i); });
-    let stale = !measurements || measurements.length !== order.length;
+  // Results come back in measuredOrder() of the tools `asked` for; a tool moved since then has no
+  // result until it is measured where it is now. True when a tool still waits.
+  function assignResults(measurements, asked) {
+    const order = measuredOrder();
+    let stale = !measurements || !asked || measurements.length !== asked.length;
     state.tools.forEach((t) => { t.result = null; });
     if (!stale) {
       order.forEach((i, k) => {
-        // Only the statistics of the tool where it is now: a tool moved since the request waits.
-        if (sameWhere(state.tools[i], measurements[k])) state.tools[i].result = measurements[k];
+        const t = state.tools[i];
+        if (asked[k] === `${t.kind}=${toolText(t)}`) t.result = measurements[k];
         else stale = true;
       });
     }
@@ -408,11 +424,17 @@
     return stale;
   }
 
-  function sameWhere(t, m) {
-    if (t.kind !== m.kind) return false;
-    if (t.kind === 'point') return m.x === t.x && m.y === t.y;
-    if (t.kind === 'line') return m.from[0] === t.x0 && m.from[1] === t.y0 && m.to[0] === t.x1 && m.to[1] === t.y1;
-    return m.x === t.x && m.y === t.y && m.w === t.w && m.h === t.h;
+  // What a tool's result shows: a spot's value; a line's and a box's largest and smallest 3x3 mean
+  // (with positions) and average; an ellipse's and a polygon's hottest and coldest pixel and mean
+  // (as `radimo render` labels them).
+  function summary(t) {
+    const r = t.result;
+    if (!r) return null;
+    if (t.kind === 'point') return { value: r.trimmed.value.celsius };
+    if (t.kind === 'polygon' || t.kind === 'ellipse') {
+      return { max: r.pixels.hottest, min: r.pixels.coldest, avg: r.pixels.mean.celsius };
+    }
+    return { max: r.trimmed.max, min: r.trimmed.min, avg: r.trimmed.avg.celsius };
   }
 
   function el(name, attributes, parent) {
@@ -427,11 +449,11 @@
   }
 
   function labelText(t, label) {
-    const r = t.result;
+    const r = summary(t);
     if (!r) return label;
-    if (t.kind === 'point') return `${label} ${fmt(r.trimmed.value.celsius)}`;
-    if (t.kind === 'line') return `${label} max ${fmt(r.trimmed.max.celsius)}`;
-    return `${label} avg ${fmt(r.trimmed.avg.celsius)}`;
+    if (t.kind === 'point') return `${label} ${fmt(r.value)}`;
+    if (t.kind === 'line') return `${label} max ${fmt(r.max.celsius)}`;
+    return `${label} ${t.kind === 'rect' ? 'avg' : 'mean'} ${fmt(r.avg)}`;
   }
 
   function drawLabel(group, text, x, y, s) {
@@ -479,17 +501,40 @@
         shape = el('line', { ...a, class: 'tool-hit', 'data-part': 'body' }, g);
         handles = [['a', a.x1, a.y1], ['b', a.x2, a.y2]];
         anchor = a.y1 <= a.y2 ? [a.x1, a.y1] : [a.x2, a.y2];
+      } else if (t.kind === 'polygon') {
+        // Vertices at pixel centres, as the library places them.
+        const points = t.points.map((p) => `${p.x + 0.5},${p.y + 0.5}`).join(' ');
+        const kind = t.open ? 'polyline' : 'polygon';
+        el(kind, { points, class: 'tool-halo' }, g);
+        el(kind, { points, class: 'tool' }, g);
+        if (t.open && state.rubber) {
+          const last = t.points[t.points.length - 1];
+          const a = { x1: last.x + 0.5, y1: last.y + 0.5, x2: state.rubber.x + 0.5, y2: state.rubber.y + 0.5 };
+          el('line', { ...a, class: 'tool rubber' }, g);
+        }
+        shape = el(kind, { points, class: 'tool-hit', 'data-part': 'body' }, g);
+        handles = t.points.map((p, k) => [`v${k}`, p.x + 0.5, p.y + 0.5]);
+        const top = t.points.reduce((a, b) => (b.y < a.y ? b : a));
+        anchor = [top.x + 0.5, top.y + 0.5];
       } else {
         const a = { x: t.x, y: t.y, width: t.w, height: t.h };
-        el('rect', { ...a, class: 'tool-halo' }, g);
-        el('rect', { ...a, class: 'tool' }, g);
-        shape = el('rect', { ...a, class: 'tool-hit', 'data-part': 'body' }, g);
+        if (t.kind === 'ellipse') {
+          const e = { cx: t.x + t.w / 2, cy: t.y + t.h / 2, rx: t.w / 2, ry: t.h / 2 };
+          if (i === state.selected) el('rect', { ...a, class: 'tool-box' }, g);
+          el('ellipse', { ...e, class: 'tool-halo' }, g);
+          el('ellipse', { ...e, class: 'tool' }, g);
+          shape = el('ellipse', { ...e, class: 'tool-hit', 'data-part': 'body' }, g);
+        } else {
+          el('rect', { ...a, class: 'tool-halo' }, g);
+          el('rect', { ...a, class: 'tool' }, g);
+          shape = el('rect', { ...a, class: 'tool-hit', 'data-part': 'body' }, g);
+        }
         handles = [['nw', t.x, t.y], ['ne', t.x + t.w, t.y], ['sw', t.x, t.y + t.h], ['se', t.x + t.w, t.y + t.h]];
         anchor = [t.x, t.y];
       }
       shape.dataset.tool = i;
-      if (t.result && t.kind !== 'point') {
-        const r = t.result.trimmed;
+      const r = summary(t);
+      if (r && t.kind !== 'point') {
         el('circle', { cx: r.max.x + 0.5, cy: r.max.y + 0.5, r: 3 * s, class: 'marker-max' }, g);
         el('circle', { cx: r.min.x + 0.5, cy: r.min.y + 0.5, r: 3 * s, class: 'marker-min' }, g);
       }
@@ -509,18 +554,17 @@
       const row = body.insertRow();
       row.dataset.tool = i;
       if (i === state.selected) row.className = 'selected';
-      const r = t.result;
-      const where = t.kind === 'point' ? `(${t.x},${t.y})` : t.kind === 'line' ? `(${t.x0},${t.y0})–(${t.x1},${t.y1})` : `(${t.x},${t.y}) ${t.w}x${t.h}`;
-      const cells = [labels[i], where];
-      if (!r) cells.push('…', '', '');
-      else if (t.kind === 'point') cells.push(fmt(r.trimmed.value.celsius), '', '');
-      else cells.push(fmt(r.trimmed.max.celsius), fmt(r.trimmed.min.celsius), fmt(r.trimmed.avg.celsius));
+      const r = summary(t);
+      const cells = [labels[i], whereText(t)];
+      if (!r) cells.push(t.open ? 'drawing' : '…', '', '');
+      else if (t.kind === 'point') cells.push(fmt(r.value), '', '');
+      else cells.push(fmt(r.max.celsius), fmt(r.min.celsius), fmt(r.avg));
       cells.forEach((text, k) => {
         const cell = row.insertCell();
         cell.textContent = text;
         if (k === 1) cell.className = 'where';
       });
-      if (r) row.dataset.result = JSON.stringify(r);
+      if (t.result) row.dataset.result = JSON.stringify(t.result);
       const remove = document.createElement('button');
       remove.className = 'remove';
       remove.textContent = '×';
@@ -530,6 +574,14 @@
       row.addEventListener('click', () => { state.selected = i; drawOverlay(); showToolTable(); });
     });
     $('tools-hint').hidden = state.tools.length > 0;
+  }
+
+  function whereText(t) {
+    if (t.kind === 'point') return `(${t.x},${t.y})`;
+    if (t.kind === 'line') return `(${t.x0},${t.y0})–(${t.x1},${t.y1})`;
+    if (t.kind === 'polygon') return `${t.points.length} corners`;
+    if (t.kind === 'ellipse') return `(${t.x + (t.w - 1) / 2},${t.y + (t.h - 1) / 2}) ${t.w}x${t.h}`;
+    return `(${t.x},${t.y}) ${t.w}x${t.h}`;
   }
 
   function removeTool(i) {
@@ -547,6 +599,13 @@
   async function measureTools() {
     drawOverlay();
     showToolTable();
+    if (liveWorker && askedTools().join('&') !== liveAsked) {
+      // The stream is asked for again with changed tools once they rest (not at every step of a
+      // drag, which the requests below follow meanwhile).
+      liveAsked = askedTools().join('&');
+      clearTimeout(liveToolsTimer);
+      liveToolsTimer = setTimeout(() => liveWorker.postMessage({ tools: liveTools() }), 300);
+    }
     if (!state.frame || state.tools.length === 0) return;
     if (measuring) { measureAgain = true; return; }
     measuring = true;
@@ -554,11 +613,12 @@
       do {
         measureAgain = false;
         const shown = state.frame.meta.index;
-        const asked = performance.now();
+        const began = performance.now();
+        const asked = askedTools();
         try {
           const report = await fetchJson('/api/measure', toolParams([['index', shown]]));
-          keep(state.measureTimes, performance.now() - asked, 100);
-          if (state.frame.meta.index === shown || !state.live) assignResults(report.frames[0].measurements);
+          keep(state.measureTimes, performance.now() - began, 100);
+          if (state.frame.meta.index === shown || !state.live) assignResults(report.frames[0].measurements, asked);
         } catch (e) {
           if (e.status !== 410) setStatus(e.message, true);
         }
@@ -584,7 +644,7 @@
     const received = frame.meta.received_ms;
     const began = performance.now();
     paintFrame();
-    if (assignResults(frame.meta.report.frames[0].measurements) && state.tools.length) measureTools();
+    if (assignResults(frame.meta.report.frames[0].measurements, frame.asked) && state.tools.length) measureTools();
     showFacts();
     showReadout();
     updateCounter();
@@ -603,13 +663,14 @@
       while (wanted !== null) {
         const i = wanted;
         wanted = null;
+        const asked = askedTools();
         const response = await fetch(apiUrl('/api/frame', toolParams([['index', i]])));
         if (!response.ok) {
           const body = await response.json().catch(() => ({}));
           setStatus(body.error || `frame ${i}: HTTP ${response.status}`, true);
           continue;
         }
-        showDecoded(decodeFrame(await response.arrayBuffer()));
+        showDecoded(Object.assign(decodeFrame(await response.arrayBuffer()), { asked }));
         setStatus('');
       }
     } catch (e) {
@@ -651,49 +712,58 @@
     playTimer = setTimeout(playFiles, delay);
   }
 
-  // Live: ask for the frame after the last one received; the server answers with the newest as
-  // soon as there is one, so a slow page skips frames instead of falling behind. The next request
-  // goes out as soon as a frame is in, while that frame is drawn.
-  let liveLoop = false;
+  // Live: live.js receives the frames (off this thread, so drawing never holds the stream up) and
+  // hands each one over as it comes; the newest waiting is drawn as soon as the page is free, older
+  // ones are skipped, so a slow page shows fewer frames but never falls behind.
+  let liveWorker = null, liveWaiting = null, liveDrawing = false, liveToolsTimer = null, liveAsked = '';
 
-  function askLive(after) {
-    return fetch(apiUrl('/api/frame', toolParams([['after', after], ['wait', 2000]]))).then(async (response) => {
-      if (response.status === 204) return { after, ended: response.headers.get('X-Radimo-Ended') };
-      if (!response.ok) {
-        const body = await response.json().catch(() => ({}));
-        return { after, error: body.error || `HTTP ${response.status}` };
-      }
-      const frame = decodeFrame(await response.arrayBuffer());
-      return { after: frame.meta.index, frame };
-    }, (e) => ({ after, error: `the server does not answer (${e.message})`, offline: true }));
+  function liveTools() {
+    return { params: toolParams([]), asked: askedTools() };
   }
 
-  async function followLive() {
-    if (liveLoop) return;
-    liveLoop = true;
-    try {
-      let asked = askLive(state.frame ? state.frame.meta.index : 'none');
-      while (state.playing) {
-        const answer = await asked;
-        if (!state.playing) break;
-        if (answer.ended) {
-          setStatus(`stream ended: ${answer.ended}`, false);
-          setPlaying(false);
-          break;
-        }
-        if (answer.error) {
-          setStatus(answer.error, true);
-          await new Promise((r) => setTimeout(r, answer.offline ? 1000 : 500));
-        }
-        asked = askLive(answer.after);
-        if (answer.frame) {
-          await new Promise((r) => requestAnimationFrame(r));
-          showDecoded(answer.frame);
-        }
-      }
-    } finally {
-      liveLoop = false;
+  function followLive() {
+    if (!liveWorker) {
+      liveWorker = new Worker(`live.js?token=${encodeURIComponent(token)}`);
+      liveWorker.onmessage = (event) => onLiveAnswer(event.data);
+      liveWorker.onerror = (event) => setStatus(`live frames: ${event.message}`, true);
     }
+    liveAsked = askedTools().join('&');
+    liveWorker.postMessage({ after: state.frame ? state.frame.meta.index : 'none', tools: liveTools(), run: true });
+  }
+
+  function onLiveAnswer(answer) {
+    if (!state.playing) return;
+    if (answer.ended) {
+      drawLive();  // the last frame first
+      setStatus(`stream ended: ${answer.ended}`, false);
+      setPlaying(false);
+    } else if (answer.error) {
+      setStatus(answer.error, true);
+    } else if (answer.frame) {
+      if (liveWaiting) handBack(liveWaiting);  // never drawn: a newer one is here
+      liveWaiting = Object.assign(answer.frame, { live: true });
+      if (!liveDrawing) {
+        liveDrawing = true;
+        setTimeout(drawLive, 0);
+      }
+    }
+  }
+
+  function drawLive() {
+    liveDrawing = false;
+    const frame = liveWaiting;
+    liveWaiting = null;
+    if (!frame) return;
+    const before = state.frame;
+    showDecoded(frame);
+    if (before && before.live) handBack(before);
+  }
+
+  // A live frame no longer shown gives its buffer back to live.js for a later frame.
+  function handBack(frame) {
+    const buffer = frame.samples.buffer;
+    frame.samples = new frame.samples.constructor(0);
+    liveWorker.postMessage({ spare: buffer }, [buffer]);
   }
 
   function showLiveStatus() {
@@ -711,7 +781,10 @@
     $('play').querySelector('path').setAttribute('d', on ? 'M4 3h3v10H4zM9 3h3v10H9z' : 'M5 3l8 5-8 5z');
     $('play').classList.toggle('active', on);
     clearTimeout(playTimer);
-    if (!on) return;
+    if (!on) {
+      if (liveWorker) liveWorker.postMessage({ run: false });
+      return;
+    }
     if (state.live) followLive();
     else playFiles();
   }
@@ -854,7 +927,8 @@
     const cy = (v) => Math.min(f.height - 1, Math.max(0, v));
     if (t.kind === 'point') { t.x = cx(t.x); t.y = cy(t.y); }
     if (t.kind === 'line') { t.x0 = cx(t.x0); t.y0 = cy(t.y0); t.x1 = cx(t.x1); t.y1 = cy(t.y1); }
-    if (t.kind === 'rect') {
+    if (t.kind === 'polygon') for (const p of t.points) { p.x = cx(p.x); p.y = cy(p.y); }
+    if (t.kind === 'rect' || t.kind === 'ellipse') {
       t.w = Math.min(f.width, Math.max(1, t.w));
       t.h = Math.min(f.height, Math.max(1, t.h));
       t.x = Math.min(f.width - t.w, Math.max(0, t.x));
@@ -867,7 +941,27 @@
     return { x: Math.min(a.x, b.x), y: Math.min(a.y, b.y), w: Math.abs(a.x - b.x) + 1, h: Math.abs(a.y - b.y) + 1 };
   }
 
+  // Ends a polygon being drawn: kept with three corners or more, else dropped; then `next` mode.
+  function finishPolygon(next = 'select') {
+    const i = state.tools.findIndex((t) => t.open);
+    if (i >= 0) {
+      const t = state.tools[i];
+      state.rubber = null;
+      if (t.points.length >= 3) {
+        t.open = false;
+        state.selected = i;
+      } else {
+        state.tools.splice(i, 1);
+        state.selected = -1;
+      }
+    }
+    state.mode = next;
+    setMode(next);
+    measureTools();
+  }
+
   function setMode(mode) {
+    if (mode !== 'polygon' && state.tools.some((t) => t.open)) return finishPolygon(mode);
     state.mode = mode;
     for (const b of document.querySelectorAll('button.mode')) b.classList.toggle('active', b.dataset.mode === mode);
     $('stage').style.cursor = mode === 'select' ? '' : 'crosshair';
@@ -885,7 +979,8 @@
       if (toolIndex >= 0) {
         state.selected = toolIndex;
         const t = state.tools[toolIndex];
-        state.drag = { kind: 'tool', part: target.dataset.part, start: pixelOf(p), original: { ...t } };
+        const original = { ...t, points: t.points && t.points.map((v) => ({ ...v })) };
+        state.drag = { kind: 'tool', part: target.dataset.part, start: pixelOf(p), original };
         drawOverlay();
         showToolTable();
       } else {
@@ -899,10 +994,27 @@
     }
     if (!inside(p)) return;
     const q = pixelOf(p);
+    if (state.mode === 'polygon') {
+      // A click adds a corner; a click on the first corner, a double click or Enter closes it.
+      const open = state.tools.find((o) => o.open);
+      if (!open) {
+        state.tools.push({ kind: 'polygon', points: [q], open: true });
+        state.selected = state.tools.length - 1;
+      } else {
+        const first = open.points[0], last = open.points[open.points.length - 1];
+        const near = Math.hypot(first.x - p.x + 0.5, first.y - p.y + 0.5) * state.zoom <= 8;
+        if (near && open.points.length >= 3) return finishPolygon();
+        if (q.x !== last.x || q.y !== last.y) open.points.push(q);
+      }
+      state.rubber = q;
+      drawOverlay();
+      showToolTable();
+      return;
+    }
     let t;
     if (state.mode === 'point') t = { kind: 'point', x: q.x, y: q.y };
     if (state.mode === 'line') t = { kind: 'line', x0: q.x, y0: q.y, x1: q.x, y1: q.y };
-    if (state.mode === 'rect') t = { kind: 'rect', ...boxOf(q, q) };
+    if (state.mode === 'rect' || state.mode === 'ellipse') t = { kind: state.mode, ...boxOf(q, q) };
     state.tools.push(t);
     state.selected = state.tools.length - 1;
     state.drag = state.mode === 'point' ? null : { kind: 'draw', start: q };
@@ -920,6 +1032,10 @@
     state.hover = inside(p) ? pixelOf(p) : null;
     showReadout();
     const drag = state.drag;
+    if (!drag && state.mode === 'polygon' && state.tools.some((t) => t.open)) {
+      state.rubber = state.hover || pixelOf(p);
+      drawOverlay();
+    }
     if (!drag) return;
     if (drag.kind === 'pan') {
       state.panX = drag.panX + event.clientX - drag.x;
@@ -933,24 +1049,32 @@
     if (!t) return;
     if (drag.kind === 'draw') {
       if (t.kind === 'line') { t.x1 = q.x; t.y1 = q.y; }
-      if (t.kind === 'rect') Object.assign(t, boxOf(drag.start, q));
+      if (t.kind === 'rect' || t.kind === 'ellipse') Object.assign(t, boxOf(drag.start, q));
     } else {
       const o = drag.original;
       const dx = q.x - drag.start.x, dy = q.y - drag.start.y;
       if (drag.part === 'body') {
         if (t.kind === 'point') { t.x = o.x + dx; t.y = o.y + dy; }
-        if (t.kind === 'rect') { t.x = o.x + dx; t.y = o.y + dy; }
+        if (t.kind === 'rect' || t.kind === 'ellipse') { t.x = o.x + dx; t.y = o.y + dy; }
+        // A line or polygon moves whole, its shape kept at the frame's edges.
+        const f = state.frame;
+        const shift = (xs, ys) => [
+          Math.min(f.width - 1 - Math.max(...xs), Math.max(-Math.min(...xs), dx)),
+          Math.min(f.height - 1 - Math.max(...ys), Math.max(-Math.min(...ys), dy))];
         if (t.kind === 'line') {
-          // The whole line moves, its length kept at the frame's edges.
-          const f = state.frame;
-          const mx = Math.min(f.width - 1 - Math.max(o.x0, o.x1), Math.max(-Math.min(o.x0, o.x1), dx));
-          const my = Math.min(f.height - 1 - Math.max(o.y0, o.y1), Math.max(-Math.min(o.y0, o.y1), dy));
+          const [mx, my] = shift([o.x0, o.x1], [o.y0, o.y1]);
           Object.assign(t, { x0: o.x0 + mx, y0: o.y0 + my, x1: o.x1 + mx, y1: o.y1 + my });
         }
+        if (t.kind === 'polygon') {
+          const [mx, my] = shift(o.points.map((v) => v.x), o.points.map((v) => v.y));
+          t.points = o.points.map((v) => ({ x: v.x + mx, y: v.y + my }));
+        }
+      } else if (t.kind === 'polygon') {
+        t.points[+drag.part.slice(1)] = q;
       } else if (t.kind === 'line') {
         if (drag.part === 'a') { t.x0 = q.x; t.y0 = q.y; } else { t.x1 = q.x; t.y1 = q.y; }
-      } else if (t.kind === 'rect') {
-        // The corner opposite the dragged one stays.
+      } else {
+        // Box and ellipse: the corner opposite the dragged one stays.
         const fixed = { x: drag.part.includes('w') ? o.x + o.w - 1 : o.x, y: drag.part.includes('n') ? o.y + o.h - 1 : o.y };
         Object.assign(t, boxOf(fixed, q));
       }
@@ -966,7 +1090,7 @@
     if (!drag || drag.kind === 'pan') return;
     const t = state.tools[state.selected];
     if (drag.kind === 'draw' && t) {
-      const empty = (t.kind === 'line' && t.x0 === t.x1 && t.y0 === t.y1) || (t.kind === 'rect' && t.w === 1 && t.h === 1);
+      const empty = (t.kind === 'line' && t.x0 === t.x1 && t.y0 === t.y1) || (t.w === 1 && t.h === 1);
       if (empty) {  // a click without a drag draws nothing
         state.tools.splice(state.selected, 1);
         state.selected = -1;
@@ -986,10 +1110,20 @@
       ' ': () => setPlaying(!state.playing),
       Delete: () => { if (state.selected >= 0) removeTool(state.selected); },
       Backspace: () => { if (state.selected >= 0) removeTool(state.selected); },
-      Escape: () => { setMode('select'); state.selected = -1; drawOverlay(); showToolTable(); },
+      Escape: () => {
+        const open = state.tools.findIndex((t) => t.open);
+        if (open >= 0) state.tools.splice(open, 1);  // a polygon being drawn is dropped
+        state.rubber = null;
+        setMode('select');
+        state.selected = -1;
+        drawOverlay();
+        showToolTable();
+      },
+      Enter: () => { if (state.tools.some((t) => t.open)) finishPolygon(); },
       '+': () => zoomAtCentre(1.25), '=': () => zoomAtCentre(1.25), '-': () => zoomAtCentre(0.8),
       0: () => fit(), 1: () => { zoomAtCentre(1 / state.zoom); },
       v: () => setMode('select'), s: () => setMode('point'), l: () => setMode('line'), b: () => setMode('rect'),
+      g: () => setMode('polygon'), e: () => setMode('ellipse'),
       p: () => {
         const names = [...state.palettes.keys()];
         setPalette(names[(names.indexOf(state.palette) + 1) % names.length]);
@@ -1016,7 +1150,7 @@
     stage.addEventListener('pointercancel', onPointerUp);
     stage.addEventListener('pointerleave', () => { if (!state.drag) { state.hover = null; showReadout(); } });
     stage.addEventListener('wheel', (e) => { e.preventDefault(); zoomAt(e.deltaY < 0 ? 1.25 : 0.8, e.clientX, e.clientY); }, { passive: false });
-    stage.addEventListener('dblclick', () => fit());
+    stage.addEventListener('dblclick', () => { if (state.tools.some((t) => t.open)) finishPolygon(); else if (state.mode === 'select') fit(); });
     document.addEventListener('keydown', onKey);
     window.addEventListener('resize', () => { if (state.fitted) fit(); paintFrame(); });
 

@@ -134,17 +134,21 @@ TEST_F(ViewSession, ToolsAreMeasuredAndRefusedLikeMeasureDoesIt) {
     write_frames("k16.png", {k16});
     view::Session session(view::open_file_source({path("k16.png")}, FrameInput{}), {});
     const view::ShownFramePtr frame = session.frame(0);
-    const view::ToolTexts tools{{"3,4"}, {"1,1,10,8"}, {"2,2,6,5"}};
-    const std::vector<RegionResult> measured = session.measure(*frame, tools);
-    ASSERT_EQ(measured.size(), 3u);
+    const view::ToolTexts tools{{"3,4"}, {"1,1,10,8"}, {"2,2,6,5"}, {"1,1,9,2,5,9"}, {"8,6,3,2.5"}};
+    const view::MeasuredTools measured = session.measure(*frame, tools);
+    ASSERT_EQ(measured.regions.size(), 3u);
     temp_result_t rect{};
     ASSERT_EQ(get_rect_temp(k16.samples.data(), k16.resolution(), {2, 2}, {6, 5}, &rect), RADIMO_SUCCESS);
-    EXPECT_EQ(measured[2].stats.trimmed.avg, rect.avg_temp);
-    EXPECT_EQ(session.report(*frame, measured)["frames"][0]["measurements"][2]["label"], "R1");
+    EXPECT_EQ(measured.regions[2].stats.trimmed.avg, rect.avg_temp);
+    const json report = session.report(*frame, measured)["frames"][0]["measurements"];
+    std::vector<std::string> labels;
+    for (const json &m : report) labels.push_back(m["label"]);
+    EXPECT_EQ(labels, (std::vector<std::string>{"P1", "L1", "R1", "G1", "E1"}));
     for (const view::ToolTexts &bad :
-         {view::ToolTexts{{"16,0"}, {}, {}}, view::ToolTexts{{}, {"1,1,1,1"}, {}},
-          view::ToolTexts{{}, {}, {"0,0,0,1"}}, view::ToolTexts{{"1"}, {}, {}},
-          view::ToolTexts{std::vector<std::string>(65, "1,1"), {}, {}}})
+         {view::ToolTexts{{"16,0"}, {}, {}, {}, {}}, view::ToolTexts{{}, {"1,1,1,1"}, {}, {}, {}},
+          view::ToolTexts{{}, {}, {"0,0,0,1"}, {}, {}}, view::ToolTexts{{"1"}, {}, {}, {}, {}},
+          view::ToolTexts{{}, {}, {}, {"1,1,5,5"}, {}}, view::ToolTexts{{}, {}, {}, {}, {"40,40,2,2"}},
+          view::ToolTexts{std::vector<std::string>(65, "1,1"), {}, {}, {}, {}}})
         EXPECT_THROW(session.measure(*frame, bad), view::RequestError);
 }
 
