@@ -13,12 +13,6 @@
 
 namespace radimo::cli {
 
-std::string example(std::initializer_list<const char *> lines) {
-    std::string text = "\nExample:";
-    for (const char *line : lines) text += std::string("\n  ") + line;
-    return text + "\n";
-}
-
 namespace {
 
 // What standard output was given must have reached it: a failed write (a full
