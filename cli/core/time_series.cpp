@@ -105,14 +105,15 @@ void print_series_summary(const std::vector<SeriesRow> &rows) {
 
 void write_series_chart(const std::string &path, const std::vector<SeriesRow> &rows,
                         const std::string &title) {
-    ChartSpec spec;
-    spec.title = title;
-    spec.x_label = !rows.empty() && rows[0].time ? "time (s)" : "frame";
     if (rows.empty()) fail_usage("--plot: no frame to draw");
+    Chart chart;
+    chart.title = title;
+    chart.x_label = rows[0].time ? "time (s)" : "frame";
     const bool difference = !rows[0].regions.empty() && rows[0].regions[0].scale.difference;
-    spec.y_label = difference ? "\u0394T (K)" : "temperature (\u00b0C)";
-    spec.whole_x = !rows[0].time;
-    for (const SeriesRow &row : rows) spec.x.push_back(row.time ? *row.time : static_cast<double>(row.frame));
+    chart.y_label = difference ? "\u0394T (K)" : "temperature (\u00b0C)";
+    chart.whole_x = !rows[0].time;
+    for (const SeriesRow &row : rows)
+        chart.x.push_back(row.time ? *row.time : static_cast<double>(row.frame));
     const char *names[3] = {"max", "mean", "min"};
     for (std::size_t k = 0; k < rows[0].regions.size(); ++k) {
         for (int s = 0; s < 3; ++s) {
@@ -121,12 +122,12 @@ void write_series_chart(const std::string &path, const std::vector<SeriesRow> &r
                 const ShapeResult &r = row.regions[k];
                 series.y.push_back(s == 0 ? r.max_celsius() : s == 1 ? r.mean_celsius() : r.min_celsius());
             }
-            spec.series.push_back(std::move(series));
+            chart.series.push_back(std::move(series));
         }
     }
     std::vector<unsigned char> png;
     try {
-        png = render_chart(spec);
+        png = render_chart(chart);
     } catch (const std::runtime_error &e) {
         fail_usage(std::string("cannot draw the chart: ") + e.what());
     }

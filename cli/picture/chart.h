@@ -15,7 +15,7 @@ struct ChartSeries {
     int style = 0;          // 0 solid (max), 1 dashed (mean), 2 dotted (min)
 };
 
-struct ChartSpec {
+struct Chart {
     std::vector<double> x;  // seconds or frame numbers, ascending
     std::string x_label;    // "time (s)" or "frame"
     bool whole_x = false;   // x counts frames: its ticks fall on whole numbers
@@ -26,6 +26,6 @@ struct ChartSpec {
 };
 
 // Throws std::runtime_error for an empty chart or a drawing failure.
-std::vector<unsigned char> render_chart(const ChartSpec &spec);
+std::vector<unsigned char> render_chart(const Chart &chart);
 
 }  // namespace radimo::cli

@@ -4,9 +4,22 @@
 // sum of squares, in exact integer arithmetic.
 #pragma once
 
+#include <cstdint>
+
 #include "regions/span_reduce.h"
 
 namespace radimo::regions::kernels {
+
+// The samples v[i .. n - 1] a vector kernel leaves over, taken into s one at a time.
+inline void reduce_tail(RunStats &s, const uint16_t *v, uint32_t i, uint32_t n) {
+    for (; i < n; ++i) {
+        const uint32_t x = v[i];
+        s.max = x > s.max ? static_cast<uint16_t>(x) : s.max;
+        s.min = x < s.min ? static_cast<uint16_t>(x) : s.min;
+        s.sum += x;
+        s.sum_squares += uint64_t{x} * x;
+    }
+}
 
 extern const ReduceFn kReduceScalar;
 extern const ReduceFn kReduceSse2;  // x86-64 only

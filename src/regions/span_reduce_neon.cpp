@@ -36,13 +36,7 @@ RADIMO_TARGET_NEON RunStats reduce_neon(const uint16_t *v, uint32_t n) {
     s.sum = uint64_t{vgetq_lane_u32(sum4, 0)} + vgetq_lane_u32(sum4, 1) + vgetq_lane_u32(sum4, 2) +
             vgetq_lane_u32(sum4, 3);
     s.sum_squares = vgetq_lane_u64(squares2, 0) + vgetq_lane_u64(squares2, 1);
-    for (; i < n; ++i) {
-        const uint32_t x = v[i];
-        s.max = x > s.max ? static_cast<uint16_t>(x) : s.max;
-        s.min = x < s.min ? static_cast<uint16_t>(x) : s.min;
-        s.sum += x;
-        s.sum_squares += uint64_t{x} * x;
-    }
+    reduce_tail(s, v, i, n);
     s.max_at = simd::neon::last_equal(v, n, s.max);
     s.min_at = simd::neon::last_equal(v, n, s.min);
     return s;

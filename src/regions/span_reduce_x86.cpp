@@ -83,13 +83,7 @@ inline __attribute__((always_inline)) RunStats reduce_vector(const uint16_t *v, 
         s.sum_squares += sq_low[k];
     }
     s.sum_squares += high << 16;
-    for (; i < n; ++i) {
-        const uint32_t x = v[i];
-        s.max = x > s.max ? static_cast<uint16_t>(x) : s.max;
-        s.min = x < s.min ? static_cast<uint16_t>(x) : s.min;
-        s.sum += x;
-        s.sum_squares += uint64_t{x} * x;
-    }
+    reduce_tail(s, v, i, n);
     s.max_at = last_equal<kLanes>(v, n, s.max);
     s.min_at = last_equal<kLanes>(v, n, s.min);
     return s;
