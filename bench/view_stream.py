@@ -106,12 +106,17 @@ def main():
     load = os.getloadavg()
 
     shown = browser.execute_script("return window.radimoView.timings().frames")
-    latencies = []
+    latencies, stamps = [], set()
     for s in shown:
         stamp = sum(int(v) << (16 * k) for k, v in enumerate(s["first"]))
         if stamp in fed:
             latencies.append(s["shown_ms"] - stamp)
+            stamps.add(stamp)
     latencies.sort()
+    # The page keeps the history of its last 600 frames: count only the fed frames
+    # from the oldest one it still holds, so a long run is not reported as dropping.
+    window = [f for f in fed if f >= min(stamps)] if len(shown) >= 600 and stamps else fed
+    missed = [i for i, f in enumerate(fed) if f in set(window) and f not in stamps]
     arrival = sorted(s["shown_ms"] - s["received_ms"] for s in shown if s.get("received_ms"))
     drawing = sorted(s["show_ms"] for s in shown)
 
@@ -157,15 +162,19 @@ def main():
         return values[min(len(values) - 1, int(p / 100 * len(values)))] if values else float("nan")
 
     print(f"stream           {width}x{height} at {args.fps:g} fps for {args.seconds:g} s")
-    print(f"frames           {len(fed)} fed, {len(latencies)} shown ({len(latencies) / max(1, len(fed)):.1%}), "
-          f"{len(latencies) / wall:.1f} fps shown")
+    counted = f" (of the last {len(window)} fed, which the page's history holds)" if len(window) < len(fed) else ""
+    print(f"frames           {len(fed)} fed, {len(latencies)} shown{counted} ({len(latencies) / max(1, len(window)):.1%}), "
+          f"{len(latencies) / max(1, len(window)) * len(fed) / wall:.1f} fps shown")
+    if missed:
+        print(f"  not shown      frames {', '.join(map(str, missed[:12]))}{' ...' if len(missed) > 12 else ''}"
+              " (numbered from 0 as fed)")
     print(f"pipe to screen   median {statistics.median(latencies):.0f} ms, 95% {pct(latencies, 95):.0f} ms, "
           f"max {latencies[-1]:.0f} ms")
     print(f"  of which       server to screen median {statistics.median(arrival):.0f} ms; "
           f"drawing a frame in the page median {statistics.median(drawing):.1f} ms, max {drawing[-1]:.1f} ms")
     print(f"server CPU       {cpu:.2f} s in {wall:.1f} s: {cpu / wall:.0%} of one core")
     print(f"browser CPU      {browser_cpu:.2f} s: {browser_cpu / wall:.0%} of one core, "
-          f"{1000 * browser_cpu / max(1, len(latencies)):.1f} ms a frame shown")
+          f"{1000 * browser_cpu / max(1, len(latencies) / max(1, len(window)) * len(fed)):.1f} ms a frame shown")
     print(f"load average     {load[0]:.1f} {load[1]:.1f} {load[2]:.1f} on {os.cpu_count()} CPUs")
     print(f"hover readout    median {statistics.median(hover):.2f} ms, max {max(hover):.2f} ms (in the page)")
     print(f"box statistics   median {statistics.median(measures):.1f} ms, 95% {pct(measures, 95):.1f} ms, "

@@ -152,7 +152,15 @@ SourceFramePtr LiveSource::next(std::optional<uint64_t> after, std::chrono::mill
     std::unique_lock lock(mutex_);
     const auto fresh = [&] { return !recent_.empty() && (!after || recent_.back()->index > *after); };
     arrived_.wait_for(lock, timeout, [&] { return fresh() || ended_.has_value(); });
-    return fresh() ? recent_.back() : nullptr;
+    if (!fresh()) return nullptr;
+    // The oldest kept frame not yet sent that came in less than kCatchUpMilliseconds ago: a
+    // short hiccup of the sender or the page costs no frame. Older ones are passed over for the
+    // newest, so a page that cannot keep up drops frames instead of falling behind.
+    const double now =
+        std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch()).count();
+    for (const SourceFramePtr &f : recent_)
+        if ((!after || f->index > *after) && now - f->received_ms < kCatchUpMilliseconds) return f;
+    return recent_.back();
 }
 
 std::optional<std::string> LiveSource::ended() const {

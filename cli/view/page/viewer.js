@@ -713,9 +713,12 @@
   }
 
   // Live: live.js receives the frames (off this thread, so drawing never holds the stream up) and
-  // hands each one over as it comes; the newest waiting is drawn as soon as the page is free, older
-  // ones are skipped, so a slow page shows fewer frames but never falls behind.
-  let liveWorker = null, liveWaiting = null, liveDrawing = false, liveToolsTimer = null, liveAsked = '';
+  // hands each one over as it comes; they are drawn in turn as soon as the page is free. A frame
+  // that has waited here longer than LIVE_CATCH_UP_MS while a newer one is waiting is skipped, so
+  // a short stall costs no frame and a slow page shows fewer frames but never falls behind.
+  const LIVE_CATCH_UP_MS = 70;
+  let liveWorker = null, liveDrawing = false, liveToolsTimer = null, liveAsked = '';
+  const liveWaiting = [];  // { frame, at }: frames not drawn yet, oldest first
 
   function liveTools() {
     return { params: toolParams([]), asked: askedTools() };
@@ -740,23 +743,26 @@
     } else if (answer.error) {
       setStatus(answer.error, true);
     } else if (answer.frame) {
-      if (liveWaiting) handBack(liveWaiting);  // never drawn: a newer one is here
-      liveWaiting = Object.assign(answer.frame, { live: true });
-      if (!liveDrawing) {
-        liveDrawing = true;
-        setTimeout(drawLive, 0);
-      }
+      liveWaiting.push({ frame: Object.assign(answer.frame, { live: true }), at: performance.now() });
+      drawLiveSoon();
     }
+  }
+
+  function drawLiveSoon() {
+    if (liveDrawing || !liveWaiting.length) return;
+    liveDrawing = true;
+    setTimeout(drawLive, 0);
   }
 
   function drawLive() {
     liveDrawing = false;
-    const frame = liveWaiting;
-    liveWaiting = null;
-    if (!frame) return;
+    const now = performance.now();
+    while (liveWaiting.length > 1 && now - liveWaiting[0].at > LIVE_CATCH_UP_MS) handBack(liveWaiting.shift().frame);
+    if (!liveWaiting.length) return;
     const before = state.frame;
-    showDecoded(frame);
+    showDecoded(liveWaiting.shift().frame);
     if (before && before.live) handBack(before);
+    drawLiveSoon();
   }
 
   // A live frame no longer shown gives its buffer back to live.js for a later frame.
