@@ -111,6 +111,8 @@ def main():
         stamp = sum(int(v) << (16 * k) for k, v in enumerate(s["first"]))
         if stamp in fed:
             latencies.append(s["shown_ms"] - stamp)
+            if s["shown_ms"] - stamp >= max(latencies):
+                slowest = fed.index(stamp)
             stamps.add(stamp)
     latencies.sort()
     # The page keeps the history of its last 600 frames: count only the fed frames
@@ -169,7 +171,7 @@ def main():
         print(f"  not shown      frames {', '.join(map(str, missed[:12]))}{' ...' if len(missed) > 12 else ''}"
               " (numbered from 0 as fed)")
     print(f"pipe to screen   median {statistics.median(latencies):.0f} ms, 95% {pct(latencies, 95):.0f} ms, "
-          f"max {latencies[-1]:.0f} ms")
+          f"max {latencies[-1]:.0f} ms (frame {slowest})")
     print(f"  of which       server to screen median {statistics.median(arrival):.0f} ms; "
           f"drawing a frame in the page median {statistics.median(drawing):.1f} ms, max {drawing[-1]:.1f} ms")
     print(f"server CPU       {cpu:.2f} s in {wall:.1f} s: {cpu / wall:.0%} of one core")
