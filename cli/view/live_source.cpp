@@ -157,7 +157,8 @@ SourceFramePtr LiveSource::next(std::optional<uint64_t> after, std::chrono::mill
     // short hiccup of the sender or the page costs no frame. Older ones are passed over for the
     // newest, so a page that cannot keep up drops frames instead of falling behind.
     const double now =
-        std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch()).count();
+        std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
     for (const SourceFramePtr &f : recent_)
         if ((!after || f->index > *after) && now - f->received_ms < kCatchUpMilliseconds) return f;
     return recent_.back();
