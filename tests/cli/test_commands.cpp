@@ -92,10 +92,14 @@ TEST_F(Commands, ConvertMatchesTheLibraryBitForBit) {
     ASSERT_EQ(radimo("convert raw.tiff --camera camera --to kelvin16 -o k16.png -q").exit_code,
               2);  // 2 frames
     ASSERT_EQ(radimo("convert raw.tiff --camera camera --to kelvin16 -o k16.pgm -q").exit_code, 0);
+    ASSERT_EQ(
+        radimo("convert raw.tiff --camera camera --to kelvin16 --vtemp 9600 -o forced.pgm -q").exit_code, 0);
     ASSERT_EQ(radimo("convert raw.tiff --camera camera --scene-correct --ems 0.9 -q").exit_code, 0);
     const std::vector<Frame> k16 = read_all(path("k16.pgm")), celsius = read_all(path("raw.celsius.tiff"));
+    const std::vector<Frame> forced = read_all(path("forced.pgm"));  // --vtemp wins over every frame's own
     ASSERT_EQ(k16.size(), 2u);
     ASSERT_EQ(celsius.size(), 2u);
+    ASSERT_EQ(forced.size(), 2u);
     env_correct_param_t scene = camera.scene;
     scene.ems = 0.9f;
     for (int f = 0; f < 2; ++f) {
@@ -103,6 +107,8 @@ TEST_F(Commands, ConvertMatchesTheLibraryBitForBit) {
         for (std::size_t i = 0; i < raw[f].pixels(); ++i) {
             const uint16_t t = kelvin16_of_raw(camera, raw[f].samples[i], vtemp);
             ASSERT_EQ(k16[f].samples[i], t) << f << " " << i;
+            ASSERT_EQ(forced[f].samples[i], kelvin16_of_raw(camera, raw[f].samples[i], 9600))
+                << f << " " << i;
             float expected = 0.0f;
             ASSERT_EQ(enhance_distance_temp_correct(&scene, camera.correct_table.data(), 0, &expected,
                                                     celsius_of_kelvin16(t)),
