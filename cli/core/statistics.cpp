@@ -246,19 +246,29 @@ RegionResult measure_region(const MeasuredFrame &frame, const Region &region,
     return r;
 }
 
+namespace {
+
+int decimals_of(const ValueScale &scale) {
+    return scale.per_kelvin > 100 ? 3 : 2;
+}
+
+}  // namespace
+
 int celsius_decimals(const MeasuredFrame &frame) {
-    return frame.scale.per_kelvin > 100 ? 3 : 2;
+    return decimals_of(frame.scale);
+}
+
+std::string reading_text(const ValueScale &scale, double c) {
+    char text[48];
+    const int decimals = decimals_of(scale);
+    if (std::round(c * std::pow(10.0, decimals)) == 0) c = 0;  // never "-0.00"
+    // A difference carries its sign: "+1.25 K".
+    std::snprintf(text, sizeof text, scale.difference ? "%+.*f %s" : "%.*f %s", decimals, c, scale.symbol());
+    return text;
 }
 
 std::string celsius_text(const MeasuredFrame &frame, double value) {
-    char text[48];
-    double c = frame.scale.celsius(value);
-    const int decimals = celsius_decimals(frame);
-    if (std::round(c * std::pow(10.0, decimals)) == 0) c = 0;  // never "-0.00"
-    // A difference carries its sign: "+1.25 K".
-    std::snprintf(text, sizeof text, frame.scale.difference ? "%+.*f %s" : "%.*f %s", decimals, c,
-                  frame.scale.symbol());
-    return text;
+    return reading_text(frame.scale, frame.scale.celsius(value));
 }
 
 namespace {

@@ -130,6 +130,8 @@ RegionResult measure_region(const MeasuredFrame &frame, const Region &region,
 int celsius_decimals(const MeasuredFrame &frame);
 // "65.48 °C".
 std::string celsius_text(const MeasuredFrame &frame, double value);
+// A reading already in the scale's unit (degC, or K for a difference), as celsius_text writes it.
+std::string reading_text(const ValueScale &scale, double converted);
 // One region: its trimmed and its pixel statistics, each line naming which
 // it is; `indent` starts the second line.
 std::string region_text(const MeasuredFrame &frame, const RegionResult &result, int indent);

@@ -94,12 +94,13 @@ void print_series_summary(const std::vector<SeriesRow> &rows) {
             if (r.mean_celsius() >= mean_hi.value) mean_hi = {r.mean_celsius(), row.frame};
             if (r.mean_celsius() <= mean_lo.value) mean_lo = {r.mean_celsius(), row.frame};
         }
-        const char *symbol = rows[0].regions[k].scale.symbol();
+        const ValueScale &scale = rows[0].regions[k].scale;
+        const auto text = [&](double v) { return reading_text(scale, v); };
         std::printf(
-            "  %-8s max %7.2f %s (frame %zu)  min %7.2f %s (frame %zu)  mean %7.2f .. %7.2f %s "
-            "(frames %zu, %zu)\n",
-            rows[0].regions[k].label.c_str(), hottest.value, symbol, hottest.frame, coldest.value, symbol,
-            coldest.frame, mean_lo.value, mean_hi.value, symbol, mean_lo.frame, mean_hi.frame);
+            "  %-8s max %10s (frame %zu)  min %10s (frame %zu)  mean %10s .. %10s (frames %zu, %zu)\n",
+            rows[0].regions[k].label.c_str(), text(hottest.value).c_str(), hottest.frame,
+            text(coldest.value).c_str(), coldest.frame, text(mean_lo.value).c_str(),
+            text(mean_hi.value).c_str(), mean_lo.frame, mean_hi.frame);
     }
 }
 

@@ -14,11 +14,11 @@ namespace {
 // Samples read per frame to judge the frame shape (rows line up with rows).
 constexpr std::size_t kShapeSamples = 1u << 21;
 
+constexpr ByteOrder kHostOrder =
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ByteOrder::kLittle : ByteOrder::kBig;
+
 template <typename Word>
-Word from_order(Word w, ByteOrder order) {
-    constexpr ByteOrder host =
-        __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ByteOrder::kLittle : ByteOrder::kBig;
-    if (order == host) return w;
+Word swapped(Word w) {
     if constexpr (sizeof(Word) == 2)
         return static_cast<Word>(__builtin_bswap16(w));
     else
@@ -72,7 +72,8 @@ private:
         words.resize(count);
         if (std::fread(words.data(), sizeof(Word), count, file_) != count)
             fail_io(name_ + ": read error in frame " + std::to_string(read_));
-        for (Word &w : words) w = from_order(w, order_);
+        if (order_ != kHostOrder)
+            for (Word &w : words) w = swapped(w);
     }
 
     // Warns when the first samples line up row on row better at another width.

@@ -113,8 +113,12 @@ BarGeometry bar_geometry(const Layout &layout);
 double histogram_strip_width(double ui);
 void draw_histogram_strip(cairo_t *cr, const PictureSpec &request, float lo, float hi, const Layout &layout);
 
-void paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
-                        float lo, float hi, const Layout &layout);
+// Paints the frame into the surface and counts the pixels beyond the scale's ends.
+struct Clipped {
+    std::size_t above = 0, below = 0;
+};
+Clipped paint_false_colour(cairo_surface_t *surface, const PictureSpec &request, const Palette &palette,
+                           float lo, float hi, const Layout &layout);
 void draw_colour_bar(cairo_t *cr, const PictureSpec &request, const Palette &palette, float lo, float hi,
                      const Layout &layout);
 void draw_overlays(cairo_t *cr, const PictureSpec &request, const Layout &layout, const LabelPlan &labels);

@@ -113,16 +113,6 @@ Palette::Palette(std::string_view name, std::span<const ControlPoint> points, Bl
     }
 }
 
-Rgb Palette::at(double t) const {
-    if (!(t > 0.0)) return table_.front();
-    if (t >= 1.0) return table_.back();
-    // Rounded half up, as std::lround rounds a positive number, without its call: the fraction
-    // of a positive double below 2^52 is exact.
-    const double x = t * (levels - 1);
-    const auto whole = static_cast<size_t>(x);
-    return table_[whole + (x - static_cast<double>(whole) >= 0.5 ? 1 : 0)];
-}
-
 double oklab_lightness(Rgb c) {
     return to_lab(c).l;
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -35,8 +36,19 @@ public:
     Palette(std::string_view name, std::span<const ControlPoint> points, Blend blend = Blend::oklab);
 
     std::string_view name() const { return name_; }
-    // The colour at position t, clamped to [0,1]; NaN gives the coldest colour.
-    Rgb at(double t) const;
+    // The table entry of position t, clamped to [0,1]; NaN gives the coldest entry. Rounded half
+    // up, as std::lround rounds a positive number, without its call: the fraction of a positive
+    // double below 2^52 is exact.
+    static int level(double t) {
+        if (!(t > 0.0)) return 0;
+        if (t >= 1.0) return levels - 1;
+        const double x = t * (levels - 1);
+        const auto whole = static_cast<int>(x);
+        return whole + (x - static_cast<double>(whole) >= 0.5 ? 1 : 0);
+    }
+    // The colour of table entry i (0 .. levels - 1), and the colour at position t.
+    Rgb colour(int i) const { return table_[static_cast<std::size_t>(i)]; }
+    Rgb at(double t) const { return colour(level(t)); }
     // A saturated colour far from every colour of this palette, for isotherms.
     Rgb highlight() const { return highlight_; }
 

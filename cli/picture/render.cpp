@@ -125,10 +125,6 @@ Picture render_picture(const PictureSpec &request) {
                                     request.celsius, static_cast<size_t>(request.width) * request.height));
     if (!(static_cast<double>(hi) - lo > 0)) fail("the temperatures are too large to put on a colour scale");
     Picture picture;
-    for (std::size_t i = 0; i < static_cast<size_t>(request.width) * request.height; ++i) {
-        picture.above += request.celsius[i] > hi ? 1 : 0;  // NaN is neither
-        picture.below += request.celsius[i] < lo ? 1 : 0;
-    }
 
     // Labels are placed before the caption is laid out: those without a free place join it.
     std::string caption = request.caption;
@@ -145,9 +141,6 @@ Picture render_picture(const PictureSpec &request) {
         caption = caption.empty() ? more : more + "\n" + caption;
         layout = lay_out(request, lo, hi, caption);
     }
-    layout.clipped_hot = picture.above > 0;
-    layout.clipped_cold = picture.below > 0;
-
     SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, layout.height));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
         fail(std::string("cannot create the picture: ") +
@@ -157,7 +150,11 @@ Picture render_picture(const PictureSpec &request) {
     cairo_paint(cr.get());
     cairo_surface_flush(surface.get());
 
-    paint_false_colour(surface.get(), request, palette, lo, hi, layout);
+    const Clipped clipped = paint_false_colour(surface.get(), request, palette, lo, hi, layout);
+    picture.above = clipped.above;
+    picture.below = clipped.below;
+    layout.clipped_hot = picture.above > 0;
+    layout.clipped_cold = picture.below > 0;
     if (request.colour_bar) draw_colour_bar(cr.get(), request, palette, lo, hi, layout);
     if (request.colour_bar && request.histogram) draw_histogram_strip(cr.get(), request, lo, hi, layout);
     draw_overlays(cr.get(), request, layout, labels);

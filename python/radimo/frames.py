@@ -130,6 +130,23 @@ class Frame:
         return (f"Frame({'x'.join(map(str, self.values.shape[::-1]))} {self.unit} ({UNITS[self.unit]}, "
                 f"{self.unit_source}){f' from {self.path}' if self.path else ''})")
 
+    def __len__(self):
+        """The number of frames: N for values (N, H, W), 1 for one frame (H, W)."""
+        return self.values.shape[0] if self.values.ndim == 3 else 1
+
+    def __getitem__(self, index):
+        """Frame `index` of a multi-frame file (negative counts from the end) as a Frame of its own, with
+        its unit and its focal-plane reading; frame[0] of a single frame is the frame itself."""
+        if isinstance(index, bool) or not isinstance(index, (int, np.integer)):
+            raise TypeError(f"a frame index is an integer, got {index!r}")
+        count = len(self)
+        if not -count <= index < count:
+            raise IndexError(f"frame {index} of a file of {count} frame(s)")
+        index = int(index) % count
+        values = self.values[index] if self.values.ndim == 3 else self.values
+        vtemps = self.vtemps[index:index + 1] if len(self.vtemps) == count else []
+        return Frame(values, self.unit, self.unit_source, vtemps, self.path)
+
     def celsius(self):
         """The temperatures in degC (float32), as `radimo convert --to celsius` writes them."""
         return to_unit(self.values, self.unit, "celsius")

@@ -75,11 +75,18 @@ def float_grid(lo_kelvin, hi_kelvin):
         magnitude *= 10
 
 
+def check_single(frame):
+    """Refuses a Frame of several frames, which no measurement takes whole."""
+    if frame.values.ndim == 3:
+        raise ValueError(f"the Frame holds {len(frame)} frames: measure one of them, frame[i]")
+
+
 def _measured(frame, unit):
     """The frame as a C-contiguous uint16 array, a pointer to it, its resolution word and its _Scale."""
     if isinstance(frame, Frame):
         if unit is not None and unit != frame.unit:
             raise ValueError(f"the frame is {frame.unit}; unit={unit!r} contradicts it")
+        check_single(frame)
         unit, frame = frame.unit, frame.values
     array = np.asarray(frame)
     if array.ndim != 2:

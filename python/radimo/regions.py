@@ -29,7 +29,7 @@ from ._arrays import buffer, check_real
 from ._lib import call
 from .correction import Scene, correction_table_array, correction_table_words
 from .frames import DIFFERENCE, Frame
-from .measure import _measured
+from .measure import _measured, check_single
 
 RECT, ELLIPSE, POLYGON, MASK = 1, 2, 3, 4
 _SAMPLING = {"pixel": 0, "mean3": 1}
@@ -264,6 +264,8 @@ def _frame(frame, unit):
     """The frame's uint16 array, a pointer to it, its resolution word and its scale (measure's rules), and
     whether its values are temperatures."""
     if unit == "raw":
+        if isinstance(frame, Frame):
+            check_single(frame)
         values = frame.values if isinstance(frame, Frame) else frame
         return (*_measured(values, "nuc"), False)
     return (*_measured(frame, unit), True)

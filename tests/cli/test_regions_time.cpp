@@ -126,6 +126,9 @@ TEST_F(RegionsAndTime, DiffOfAFrameWithItselfIsZeroAndReadsBackAsADifference) {
     EXPECT_THAT(text.out, HasSubstr("kelvin-difference (\u0394T in K, declared by the file)"));
     EXPECT_THAT(text.out, ::testing::Not(HasSubstr("\u00b0C")));
     EXPECT_THAT(text.out, HasSubstr("\u0394T R1 - P1"));
+    // The summary of a series of differences signs them as the measurements do.
+    const RunResult series = radimo("measure d.tiff --rect 1,1,5,5 --every-frame -o d.csv");
+    EXPECT_THAT(series.out, ::testing::ContainsRegex("max +[-+][0-9]+\\.[0-9]+ K \\(frame"));
     const RunResult shown = radimo("render d.tiff -o back.png --frame 1");
     ASSERT_EQ(shown.exit_code, 0) << shown.err;
     EXPECT_THAT(shown.out, HasSubstr(" K; differences: kelvin-difference"));

@@ -81,6 +81,14 @@ def test_time_series_is_region_stats_per_frame_and_a_dataframe():
         s = radimo.region_stats(frame, regions[1], percentiles=(50,))
         assert (table["R2.max"][i], table["R2.mean"][i], table["R2.p50"][i]) == (s.max, s.mean, s.percentiles[50])
         assert (table["box.max_x"][i], table["box.max_y"][i]) == radimo.region_stats(frame, regions[0]).max_at
+    # A Frame of several frames is measured one frame at a time, frame[i], never whole.
+    frames = radimo.Frame(stack, "kelvin16")
+    assert len(frames) == 5 and radimo.region_stats(frames[-1], regions[0], unit=None).max == \
+        radimo.region_stats(stack[4], regions[0], unit="kelvin16").max
+    with pytest.raises(ValueError, match=r"holds 5 frames: measure one of them, frame\[i\]"):
+        radimo.region_stats(frames, regions[0])
+    with pytest.raises(IndexError, match="frame 5 of a file of 5"):
+        frames[5]
     pandas = pytest.importorskip("pandas")
     frame = radimo.time_series(stack, regions, dataframe=True)
     assert isinstance(frame, pandas.DataFrame) and len(frame) == 5 and "box.std" in frame
