@@ -33,6 +33,10 @@ Clipped paint_false_colour(cairo_surface_t *surface, const PictureSpec &request,
     const bool isotherm = request.isotherm.has_value();
     const float iso_lo = isotherm ? request.isotherm->first : 0,
                 iso_hi = isotherm ? request.isotherm->second : 0;
+    // Picture pixel (ox, oy) of a frame pixel without a valid temperature.
+    const auto no_data = [cell](int ox, int oy) {
+        return pack(((ox / cell + oy / cell) & 1) ? no_data_light : no_data_dark);
+    };
 
     Clipped clipped;
     for (int y = 0; y < request.height; ++y) {
@@ -44,10 +48,7 @@ Clipped paint_false_colour(cairo_surface_t *surface, const PictureSpec &request,
             clipped.below += v < lo ? 1 : 0;
             uint32_t *cell_out = out + x * f;
             if (!std::isfinite(v)) {  // the checkerboard, square by square of the picture
-                for (int dx = 0; dx < f; ++dx) {
-                    const int ox = x0 + x * f + dx, oy = y0 + y * f;
-                    cell_out[dx] = pack(((ox / cell + oy / cell) & 1) ? no_data_light : no_data_dark);
-                }
+                for (int dx = 0; dx < f; ++dx) cell_out[dx] = no_data(x0 + x * f + dx, y0 + y * f);
                 continue;
             }
             const bool marked = isotherm && v >= iso_lo && v <= iso_hi;
@@ -63,10 +64,7 @@ Clipped paint_false_colour(cairo_surface_t *surface, const PictureSpec &request,
             std::memcpy(copy, out, static_cast<size_t>(request.width) * f * sizeof(uint32_t));
             for (int x = 0; x < request.width; ++x) {
                 if (std::isfinite(row[x])) continue;
-                for (int dx = 0; dx < f; ++dx) {
-                    const int ox = x0 + x * f + dx;
-                    copy[x * f + dx] = pack(((ox / cell + oy / cell) & 1) ? no_data_light : no_data_dark);
-                }
+                for (int dx = 0; dx < f; ++dx) copy[x * f + dx] = no_data(x0 + x * f + dx, oy);
             }
         }
     }

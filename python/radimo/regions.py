@@ -266,8 +266,8 @@ def _frame(frame, unit):
     if unit == "raw":
         if isinstance(frame, Frame):
             check_single(frame)
-        values = frame.values if isinstance(frame, Frame) else frame
-        return (*_measured(values, "nuc"), False)
+            frame = frame.values
+        return (*_measured(frame, "nuc"), False)
     return (*_measured(frame, unit), True)
 
 

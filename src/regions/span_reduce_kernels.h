@@ -10,12 +10,13 @@
 
 namespace radimo::regions::kernels {
 
-// The samples v[i .. n - 1] a vector kernel leaves over, taken into s one at a time.
+// The samples v[i .. n - 1] a vector kernel leaves over, taken into s one at a time; an extreme
+// met again there moves to its later position.
 inline void reduce_tail(RunStats &s, const uint16_t *v, uint32_t i, uint32_t n) {
     for (; i < n; ++i) {
         const uint32_t x = v[i];
-        s.max = x > s.max ? static_cast<uint16_t>(x) : s.max;
-        s.min = x < s.min ? static_cast<uint16_t>(x) : s.min;
+        if (x >= s.max) s.max = static_cast<uint16_t>(x), s.max_at = i;
+        if (x <= s.min) s.min = static_cast<uint16_t>(x), s.min_at = i;
         s.sum += x;
         s.sum_squares += uint64_t{x} * x;
     }

@@ -64,13 +64,7 @@ RunStats fold(const LaneTotals<kLanes> &t, const uint16_t *v, uint32_t n) {
             if (k == 0 || min < s.min || (min == s.min && min_at > s.min_at)) s.min = min, s.min_at = min_at;
         }
     }
-    for (uint32_t i = t.steps * kLanes; i < n; ++i) {
-        const uint32_t x = v[i];
-        if (x >= s.max) s.max = static_cast<uint16_t>(x), s.max_at = i;
-        if (x <= s.min) s.min = static_cast<uint16_t>(x), s.min_at = i;
-        s.sum += x;
-        s.sum_squares += uint64_t{x} * x;
-    }
+    reduce_tail(s, v, t.steps * kLanes, n);
     return s;
 }
 
