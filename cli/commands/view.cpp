@@ -99,8 +99,7 @@ public:
         signal(SIGPIPE, SIG_IGN);  // a closed browser tab is a failed write, not the end of the program
     }
     ~StopSignals() {
-        done_ = true;
-        if (waiter_.joinable()) waiter_.join();
+        stop_waiting();
         pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
     }
     StopSignals(const StopSignals &) = delete;
@@ -117,6 +116,14 @@ public:
                 }
             }
         });
+    }
+
+    // Ends the waiting thread (at once if a signal already called `stop`, else within a tick).
+    // Called before what `stop` touches is destroyed: returning from the server's loop is no
+    // proof that `stop` has finished with it.
+    void stop_waiting() {
+        done_ = true;
+        if (waiter_.joinable()) waiter_.join();
     }
 
 private:
@@ -204,6 +211,7 @@ void run_view(const ViewOptions &o) {
         http.stop();
     });
     http.listen_after_bind();
+    signals.stop_waiting();
     session.source().stop();
     if (recorder) std::printf("radimo view: %s\n", recorder->finish().c_str());
     std::printf("radimo view: stopped\n");

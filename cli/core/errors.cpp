@@ -9,8 +9,9 @@
 namespace radimo::cli {
 namespace {
 
-// Library messages since the last check; the tool is single-threaded.
-std::vector<std::string> g_messages;
+// Library messages since the last check, of this thread's calls: the library logs on the thread
+// that calls it, and the viewer's server threads convert and measure at the same time.
+thread_local std::vector<std::string> g_messages;
 bool g_verbose = false;
 
 // The text after the "libradimo error [module:line/function] " prefix, without its newline.

@@ -33,9 +33,9 @@ private:
     throw Error(Exit::kIo, message);
 }
 
-// Routes the library's error lines to this process through a line sink: they
-// are kept until the next check_library() and echoed on standard error when
-// `verbose`.
+// Routes the library's error lines to this process through a line sink: each
+// thread's are kept until its next check_library() and echoed on standard
+// error when `verbose`.
 void install_library_printer(bool verbose);
 
 // Throws an Exit::kLibrary error naming the call, the code and the library's

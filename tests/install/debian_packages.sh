@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Builds the Debian packages the way README says (the package preset, here in <work>/build),
-# then checks them as their user would meet them:
+# Builds the Debian packages the way README says, then checks them as their user would meet them:
 #   - one package per component, each with its control fields (version, architecture,
 #     maintainer, section, dependencies) and only its own files, all under /usr, owned by root;
 #     natively, apt could install them here (simulated);
@@ -11,14 +10,17 @@
 #   - extracted into a temporary root (dpkg -x), a C consumer builds against that root through
 #     pkg-config and through the CMake package and runs (under the emulator in a cross build),
 #     and the extracted radimo answers --version.
-# Natively the library and the tool are packaged; a cross build (a toolchain file and the
-# emulator that runs the target's programs) packages the library alone.
-#   debian_packages.sh <source dir> <work dir> <version> <C compiler> <C++ compiler>
+# Natively the library and the tool are packaged from <tree>, which this script configures with
+# the package preset (build-package/, beside the default tree build/, so that ccache finds the
+# objects that tree has compiled already); a cross build (a toolchain file and the emulator that
+# runs the target's programs) packages the library alone from the cross tree <tree> as its tests
+# left it, configured for the prefix /usr (tests/cross/run).
+#   debian_packages.sh <source dir> <tree> <work dir> <version> <C compiler> <C++ compiler>
 #                      [<toolchain file> <emulator command...>]
 set -euo pipefail
-src=$1 work=$2 version=$3 cc=$4 cxx=$5
-toolchain=${6:-}
-emulator=("${@:7}")
+src=$1 build=$2 work=$3 version=$4 cc=$5 cxx=$6
+toolchain=${7:-}
+emulator=("${@:8}")
 major=${version%%.*}
 triplet=$("$cc" -dumpmachine)
 arch=$(dpkg-architecture -t"$triplet" -qDEB_HOST_ARCH 2>/dev/null)
@@ -28,18 +30,19 @@ fail() {
 }
 
 # The package tree is kept between runs (an incremental build); its packages are not.
-build=$work/build
 rm -rf "$build/packages" "$work/control" "$work/root" "$work/debug" "$work/cmake_consumer"
 quiet() { "$@" >"$work/output" 2>&1 || { cat "$work/output"; fail "failed: $*"; }; }
 mkdir -p "$work"
 if [ -n "$toolchain" ]; then
-    compilers=(--toolchain "$toolchain" -DRADIMO_BUILD_CLI=OFF)
+    grep -qx 'CMAKE_INSTALL_PREFIX:PATH=/usr' "$build/CMakeCache.txt" 2>/dev/null ||
+        fail "$build: not a tree configured for the prefix /usr"
     find_package=(--toolchain "$toolchain")
 else
-    compilers=(-DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx")
+    # RADIMO_WERROR from the environment: the default tree's setting, so that both compile alike.
+    (cd "$src" && quiet cmake --preset package -B "$build" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+        -DRADIMO_WERROR="${RADIMO_WERROR:-OFF}")
     find_package=(-DCMAKE_C_COMPILER="$cc")
 fi
-(cd "$src" && quiet cmake --preset package -B "$build" "${compilers[@]}")
 quiet cmake --build "$build" -j2
 (cd "$build" && quiet cpack --config CPackConfig.cmake)
 debs=$build/packages
@@ -127,7 +130,7 @@ for elf in "${elves[@]}"; do
 done
 dynamic=$(readelf -d "$root/usr/lib/$triplet/libradimo.so.$version")
 grep -q "Library soname: \[libradimo.so.$major\]" <<<"$dynamic" || fail "SONAME"
-! grep -rlF -e "$src" -e "$work" "$root" || fail "packaged files above name the source or build directory"
+! grep -rlF -e "$src" -e "$build" -e "$work" "$root" || fail "packaged files above name the source or build directory"
 
 # A consumer through pkg-config, the paths of radimo.pc moved under the root.
 pc=$root/usr/lib/$triplet/pkgconfig/radimo.pc
