@@ -15,7 +15,8 @@ all left valid: the checks must not refuse what the library accepts.
     fuzz/fuzz_binding.py [SECONDS] [--seed N]     (default 20 s from seed 1)
 
 Prints the calls made per function; a finding prints the seed and the call and exits 1. The
-environment is that of the binding (RADIMO_LIBRARY, PYTHONPATH=python).
+environment is that of the binding (RADIMO_LIBRARY, PYTHONPATH=python): it drives the binding
+Python imports (an installed wheel's), else the one of this checkout.
 """
 import argparse
 import collections
@@ -27,8 +28,14 @@ from pathlib import Path
 
 import numpy as np
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "python"))
-import radimo  # noqa: E402
+# The binding the environment gives (an installed wheel, or PYTHONPATH), else this checkout's.
+try:
+    import radimo  # noqa: E402
+except ModuleNotFoundError as missing:
+    if missing.name != "radimo":
+        raise
+    sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "python"))
+    import radimo  # noqa: E402
 from radimo import records as R  # noqa: E402
 
 _INTEGER_TYPES = (np.uint16, np.int16, np.int32, np.uint8, np.int64, np.float64, np.float32)
