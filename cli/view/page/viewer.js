@@ -260,12 +260,21 @@
     ctx.fillText(`${lo.toFixed(1)} °C`, 4, bottom + 6);
   }
 
-  let histogramDrawn = 0;
+  let histogramDrawn = 0, histogramLater = 0;
 
+  // While frames play, at most five histograms a second; a frame that comes sooner gets its
+  // histogram when the 200 ms are up, so the last frame shown (the end of a stream, a pause) is
+  // always the one the histogram counts.
   function drawHistogram() {
     const canvas = $('histogram');
     const frame = state.frame;
-    if (state.playing && performance.now() - histogramDrawn < 200) return;
+    const wait = 200 - (performance.now() - histogramDrawn);
+    if (state.playing && wait > 0) {
+      if (!histogramLater) histogramLater = setTimeout(() => { histogramLater = 0; drawHistogram(); }, wait);
+      return;
+    }
+    clearTimeout(histogramLater);
+    histogramLater = 0;
     histogramDrawn = performance.now();
     const ratio = window.devicePixelRatio || 1;
     const width = canvas.clientWidth, height = canvas.clientHeight;
