@@ -69,6 +69,8 @@ void write_frames(const fs::path &path, const std::vector<const Frame *> &frames
 }
 
 void run_demo(const DemoOptions &o) {
+    // "-" means standard output to every other command; here it would become a directory named "-".
+    if (o.out == "-") fail_usage("--out -: the demo writes a directory of files, not standard output");
     const CameraProfile camera = demo::demo_camera();
     const demo::Scene scene = demo::demo_scene();
     const FrameConverter plain({&camera, std::nullopt, false});

@@ -375,6 +375,7 @@ TEST_F(Commands, EveryFailureIsOneLineWithItsExitCodeAndLeavesNoFile) {
         {"convert raw.tiff --camera camera --format csv -o camera/camera.json", 2,
          "the output would overwrite the input camera/camera.json"},
         {"convert raw.tiff --camera camera -o -", 2, "-: give --format (tiff, png, pgm or csv)"},
+        {"demo --out -", 2, "--out -: the demo writes a directory of files, not standard output"},
         {"table generate --nuc-factor -5645,9300000,104858 -o /dev/full", 4,
          "cannot write /dev/full: No space left on device"},
         {"measure cut.tiff", 2, "cut.tiff: page 1: "},
